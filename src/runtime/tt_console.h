@@ -1,0 +1,28 @@
+#ifndef RUNTIME_TT_CONSOLE_H
+#define RUNTIME_TT_CONSOLE_H
+
+#include <cstdarg>
+#include <cstddef>
+
+// Console output goes straight to descriptor 1. What the C stream `stdout` still holds was printed
+// earlier, so it is flushed first: both kinds of output appear in the order of the calls.
+
+/// Writes the whole string, no line end added. Partial writes and EINTR are continued. Returns the
+/// number of bytes written, which is short after any other error.
+int tt_puts(char const* s);
+int tt_console_puts(char const* s);
+
+/// Prints at most 79 characters a call: the text is formatted into a fixed 80-byte buffer. Returns
+/// the number of characters formatted.
+int tt_printf(char const* fmt, ...) __attribute__((format(printf, 1, 2)));
+int tt_console_printf(char const* fmt, ...) __attribute__((format(printf, 1, 2)));
+int tt_vprintf(char const* fmt, va_list ap) __attribute__((format(printf, 1, 0)));
+int tt_console_vprintf(char const* fmt, va_list ap) __attribute__((format(printf, 1, 0)));
+
+/// snprintf that returns the number of characters stored, at most n - 1. A text that cannot be
+/// formatted becomes empty. `n` must be at least 1.
+int tt_snprintf(char* s, size_t n, char const* fmt, ...) __attribute__((format(printf, 3, 4)));
+int tt_vsnprintf(char* s, size_t n, char const* fmt, va_list ap)
+    __attribute__((format(printf, 3, 0)));
+
+#endif

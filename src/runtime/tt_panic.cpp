@@ -1,0 +1,31 @@
+#include "tt_panic.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+
+#include "tt_console.h"
+
+void tt_panic(char const* fmt, ...)
+{
+    // The message may print errno with %m.
+    int const saved_errno = errno;
+    va_list ap;
+
+    tt_printf("Panic: ");
+    errno = saved_errno;
+    va_start(ap, fmt);
+    tt_vprintf(fmt, ap);
+    va_end(ap);
+    tt_abort();
+}
+
+void tt_assert_failed(char const* unit, int line)
+{
+    tt_panic("*** ASSERT in %s at %d\n", unit, line);
+}
+
+void tt_abort()
+{
+    abort();
+}

@@ -1,0 +1,83 @@
+#include "tt_posix_reset.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+
+#include <gtest/gtest.h>
+
+#include "child_process.h"
+
+// The arguments last as long as the process: each test keeps its own in a child.
+
+TEST(TtReset, endsTheProcessWithStatus0)
+{
+    ChildResult const child = runInChild([] {
+        printf("flushed");
+        tt_reset();
+    });
+
+    EXPECT_EQ("flushed", child.output);
+    EXPECT_EQ(0, child.exitCode());
+}
+
+TEST(TtResetArgs, areEmptyAtFirstAndThenWhatWasSetLast)
+{
+    ChildResult const child = runInChild([] {
+        char name[] = "program";
+        char* first[] = {name, nullptr};
+        char* second[] = {name, name, nullptr};
+        int argc = -1;
+        char** argv = first;
+
+        tt_reset_get_args(&argc, &argv);
+        printf("%d %s\n", argc, argv ? "set" : "null");
+        tt_reset_set_args(1, first);
+        tt_reset_set_args(2, second);
+        tt_reset_get_args(&argc, &argv);
+        printf("%d %s\n", argc, argv == second ? "second" : "another");
+    });
+
+    EXPECT_EQ("0 null\n2 second\n", child.output);
+}
+
+TEST(TtRestart, runsTheProgramFoundInPathWithTheArgumentsKept)
+{
+    ChildResult const child = runInChild([] {
+        char shell[] = "sh";
+        char option[] = "-c";
+        char script[] = "echo \"$0:$1:$#\"; exit 7";
+        char one[] = "one";
+        char two[] = "two words";
+        char* argv[] = {shell, option, script, one, two, nullptr};
+
+        tt_reset_set_args(5, argv);
+        tt_restart();
+    });
+
+    EXPECT_EQ("one:two words:1\n", child.output);
+    EXPECT_EQ(7, child.exitCode());
+}
+
+TEST(TtRestart, returnsWhenTheProgramCannotBeStarted)
+{
+    ChildResult const child = runInChild([] {
+        char name[] = "/nonexistent/program";
+        char* argv[] = {name, nullptr};
+
+        tt_reset_set_args(1, argv);
+        int const result = tt_restart();
+        printf("%d %s", result, errno == ENOENT ? "ENOENT" : "another error");
+    });
+
+    EXPECT_EQ("-1 ENOENT", child.output);
+    EXPECT_EQ(0, child.exitCode());
+}
+
+TEST(TtRestart, panicsWithoutArguments)
+{
+    ChildResult const child = runInChild([] { tt_restart(); });
+
+    EXPECT_EQ("Panic: *** ASSERT in tt_posix_reset at 39\n", child.output);
+    EXPECT_EQ(SIGABRT, child.signal());
+}

@@ -1,0 +1,28 @@
+#include "captured_output.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <unistd.h>
+
+std::string capturedOutput(std::function<void()> const& action)
+{
+    fflush(stdout);
+    int const terminal = dup(STDOUT_FILENO);
+    FILE* const file = tmpfile();
+    if (terminal == -1 || !file || dup2(fileno(file), STDOUT_FILENO) == -1)
+        abort();
+
+    action();
+
+    fflush(stdout);
+    dup2(terminal, STDOUT_FILENO);
+    close(terminal);
+
+    std::string text;
+    rewind(file);
+    for (int c = fgetc(file); c != EOF; c = fgetc(file))
+        text += static_cast<char>(c);
+    fclose(file);
+    return text;
+}

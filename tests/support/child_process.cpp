@@ -1,0 +1,55 @@
+#include "child_process.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+static constexpr unsigned CHILD_TIMEOUT_S = 30;
+
+int ChildResult::exitCode() const
+{
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int ChildResult::signal() const
+{
+    return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+}
+
+[[noreturn]] static void runAndExit(std::function<void()> const& action, FILE* output)
+{
+    rlimit const noCore = {};
+
+    if (dup2(fileno(output), STDOUT_FILENO) == -1)
+        abort();
+    setrlimit(RLIMIT_CORE, &noCore);
+    alarm(CHILD_TIMEOUT_S);
+    action();
+    fflush(stdout);
+    _exit(0);
+}
+
+ChildResult runInChild(std::function<void()> const& action)
+{
+    FILE* const output = tmpfile();
+    ChildResult result = {};
+
+    fflush(stdout);
+    pid_t const child = fork();
+    if (!output || child == -1)
+        abort();
+    if (child == 0)
+        runAndExit(action, output);
+    while (waitpid(child, &result.status, 0) == -1 && errno == EINTR) {
+    }
+
+    rewind(output);
+    for (int c = fgetc(output); c != EOF; c = fgetc(output))
+        result.output += static_cast<char>(c);
+    fclose(output);
+    return result;
+}

@@ -1,0 +1,23 @@
+#ifndef TESTS_CHILD_PROCESS_H
+#define TESTS_CHILD_PROCESS_H
+
+#include <functional>
+#include <string>
+
+struct ChildResult
+{
+    std::string output; // descriptor 1 and the C stream alike, in order
+    int status;         // as waitpid gives it
+
+    /// The status of an ordinary exit, else -1.
+    int exitCode() const;
+
+    /// The signal that ended the child, else 0.
+    int signal() const;
+};
+
+/// Runs `action` in a child process: for what ends the process or changes it for good. A child
+/// whose action returns exits with 0; one that hangs is ended by SIGALRM.
+ChildResult runInChild(std::function<void()> const& action);
+
+#endif
