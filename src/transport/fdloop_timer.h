@@ -1,0 +1,39 @@
+#ifndef TRANSPORT_FDLOOP_TIMER_H
+#define TRANSPORT_FDLOOP_TIMER_H
+
+#include <functional>
+#include <memory>
+
+#include "i_timer.h"
+
+struct _fdloop_t;
+struct _fdloop_timer_t;
+
+/// A timer on the event loop, which must outlive it.
+class FdloopTimer final : public ITimer
+{
+public:
+    explicit FdloopTimer(_fdloop_t* loop);
+    ~FdloopTimer() override;
+    FdloopTimer(FdloopTimer const&) = delete;
+    FdloopTimer& operator=(FdloopTimer const&) = delete;
+
+    void setCallBack(std::function<bool()> const& cb) override;
+    void startTimer(unsigned int ms) override;
+    void stopTimer() override;
+    bool isActive() const override;
+
+    /// The loop's timer callback; `data` is the timer, null gives 0.
+    static int staticTimeout(void* data);
+
+    /// The timer has expired. Returns non-zero to have the loop keep its entry.
+    int timeout();
+
+private:
+    _fdloop_t* m_loop;
+    _fdloop_timer_t* m_timer = nullptr; // null while inactive
+    std::function<bool()> m_callback;
+    std::shared_ptr<void> m_lifetime = std::make_shared<char>(); // expires with this object
+};
+
+#endif

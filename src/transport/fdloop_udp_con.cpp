@@ -1,0 +1,128 @@
+#include "fdloop_udp_con.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "fdloop.h"
+#include "tt_slog.h"
+
+uint32_t FdloopUdpCon::s_rxCount = 0;
+
+// Watching a socket changes the loop's lists and nothing that its owner can see.
+static _fdloop_t* mutableLoop(_fdloop_t const* loop)
+{
+    return const_cast<_fdloop_t*>(loop);
+}
+
+FdloopUdpCon::FdloopUdpCon(_fdloop_t const* loop, int port)
+    : m_loop(loop),
+      m_port(port),
+      m_socket(m_port)
+{}
+
+FdloopUdpCon::~FdloopUdpCon()
+{
+    if (isOpen())
+        fdloop_fd_unregister(mutableLoop(m_loop), m_socket.getFd());
+    if (m_bindGuard)
+        m_bindGuard->setCallback({});
+}
+
+bool FdloopUdpCon::open()
+{
+    if (!m_socket.open())
+        return false;
+
+    fdloop_fd_register(mutableLoop(m_loop), m_socket.getFd(), dataReadyCallback, this);
+    if (!m_bindGuard)
+        return m_socket.bind();
+
+    m_bindGuard->setCallback([this] {
+        IUdpSocket& socket = m_socket;
+        return socket.bind();
+    });
+    return true;
+}
+
+bool FdloopUdpCon::close()
+{
+    if (!isOpen()) {
+        tt_slog(TT_SLOG_WARNING, "FdloopUdpCon::%s: not open\n", "close");
+        return false;
+    }
+    fdloop_fd_unregister(mutableLoop(m_loop), m_socket.getFd());
+    return true;
+}
+
+bool FdloopUdpCon::transmit(sockaddr_in const* to, unsigned char const* data, unsigned int len)
+{
+    IUdpSocket::message_t msg;
+
+    if (len > sizeof msg.data) {
+        tt_slog(TT_SLOG_WARNING, "FdloopUdpCon::%s: %u bytes do not fit\n", "transmit", len);
+        return false;
+    }
+
+    msg.addr = *to;
+    msg.len = static_cast<int32_t>(len);
+    if (len > 0)
+        memcpy(msg.data, data, len);
+    bool const sent = m_socket.transmit(msg);
+    if (!sent)
+        tt_slog(TT_SLOG_DEBUG, "UdpCon::%s: sendto failed errno %d", "transmit", errno);
+    return sent;
+}
+
+void FdloopUdpCon::setRxCallBack(RxCallBack const& cb)
+{
+    m_rxCallBack = cb;
+}
+
+void FdloopUdpCon::setBindGuard(std::shared_ptr<WaitPoint> guard)
+{
+    m_bindGuard = std::move(guard);
+}
+
+void FdloopUdpCon::setPeriodicRxCallBack(RxCallBack const& cb, unsigned int period)
+{
+    m_periodicRxCallBack = cb;
+    m_period = cb ? period : 0;
+}
+
+int FdloopUdpCon::dataReadyCallback(int /*fd*/, void* data)
+{
+    if (data)
+        static_cast<FdloopUdpCon*>(data)->rxDataReady();
+    return 0;
+}
+
+bool FdloopUdpCon::isPeriodicDue()
+{
+    return m_periodicRxCallBack && m_period != 0 && ++s_rxCount >= m_period;
+}
+
+void FdloopUdpCon::rxDataReady()
+{
+    std::weak_ptr<void> const lifetime = m_lifetime;
+
+    while (!lifetime.expired()) {
+        IUdpSocket::message_t const msg = m_socket.receive();
+        if (msg.len < 1)
+            return;
+
+        auto const* const from = reinterpret_cast<sockaddr const*>(&msg.addr);
+        auto const len = static_cast<unsigned>(msg.len);
+
+        // Copies run: a callback may replace itself or destroy the connection.
+        if (RxCallBack const rxCallBack = m_rxCallBack)
+            rxCallBack(from, msg.data, len);
+        if (lifetime.expired())
+            return;
+        if (isPeriodicDue()) {
+            RxCallBack const periodicRxCallBack = m_periodicRxCallBack;
+            periodicRxCallBack(from, msg.data, len);
+            s_rxCount = 0;
+        }
+    }
+}

@@ -1,0 +1,56 @@
+#ifndef TRANSPORT_FDLOOP_UDP_CON_H
+#define TRANSPORT_FDLOOP_UDP_CON_H
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "i_udp_con.h"
+#include "udp_socket.h"
+
+struct _fdloop_t;
+
+/// A UDP connection on the event loop, which must outlive it.
+class FdloopUdpCon : public IUdpCon
+{
+public:
+    /// `port` is the local port to bind; 0 lets the system choose.
+    FdloopUdpCon(_fdloop_t const* loop, int port);
+    ~FdloopUdpCon() override;
+    FdloopUdpCon(FdloopUdpCon const&) = delete;
+    FdloopUdpCon& operator=(FdloopUdpCon const&) = delete;
+
+    bool open() override;
+    bool close() override;
+    bool transmit(sockaddr_in const* to, unsigned char const* data, unsigned int len) override;
+    void setRxCallBack(std::function<void(sockaddr const*, unsigned char const*,
+                                          unsigned int)> const& cb) override;
+    void setBindGuard(std::shared_ptr<WaitPoint> guard) override;
+    void setPeriodicRxCallBack(
+        std::function<void(sockaddr const*, unsigned char const*, unsigned int)> const& cb,
+        unsigned int period) override;
+    void rxDataReady() override;
+
+    /// The loop's read callback; `data` is the connection, null is ignored.
+    static int dataReadyCallback(int fd, void* data);
+
+private:
+    using RxCallBack = std::function<void(sockaddr const*, unsigned char const*, unsigned int)>;
+
+    bool isOpen() const { return m_socket.getFd() >= 1; }
+    bool isPeriodicDue();
+
+    // Shared by all connections, on purpose: the period counts what the process receives.
+    static uint32_t s_rxCount;
+
+    _fdloop_t const* m_loop;
+    int m_port;
+    UdpSocket m_socket;
+    RxCallBack m_rxCallBack;
+    RxCallBack m_periodicRxCallBack;
+    uint32_t m_period = 0;
+    std::shared_ptr<WaitPoint> m_bindGuard;
+    std::shared_ptr<void> m_lifetime = std::make_shared<char>(); // expires with this object
+};
+
+#endif

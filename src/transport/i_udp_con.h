@@ -1,0 +1,44 @@
+#ifndef TRANSPORT_I_UDP_CON_H
+#define TRANSPORT_I_UDP_CON_H
+
+#include <functional>
+#include <memory>
+
+#include <netinet/in.h>
+
+#include "wait_point.h"
+
+/// A UDP connection: sends datagrams and hands the received ones to a callback. Failures are
+/// logged and reported as false.
+class IUdpCon
+{
+public:
+    virtual ~IUdpCon() = default;
+
+    /// Creates, watches and binds the socket. Not to be repeated while the socket exists.
+    virtual bool open() = 0;
+
+    /// Ends reception only: the socket lives on, for transmit, until the connection is destroyed.
+    virtual bool close() = 0;
+
+    /// Sends one datagram of at most 1600 bytes.
+    virtual bool transmit(sockaddr_in const* to, unsigned char const* data, unsigned int len) = 0;
+
+    /// The callback gets the sender, the bytes and their number, valid for the call only. It may
+    /// replace itself and destroy the connection. An empty one discards what arrives.
+    virtual void setRxCallBack(
+        std::function<void(sockaddr const*, unsigned char const*, unsigned int)> const& cb) = 0;
+
+    /// From the next open() on, the socket is bound only when `guard` is reached. Null for none.
+    virtual void setBindGuard(std::shared_ptr<WaitPoint> guard) = 0;
+
+    /// A second callback, run after the first for every `period`-th datagram received.
+    virtual void setPeriodicRxCallBack(
+        std::function<void(sockaddr const*, unsigned char const*, unsigned int)> const& cb,
+        unsigned int period) = 0;
+
+    /// Delivers the datagrams queued in the socket, up to an empty one.
+    virtual void rxDataReady() = 0;
+};
+
+#endif
