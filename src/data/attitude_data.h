@@ -1,0 +1,14 @@
+#ifndef DATA_ATTITUDE_DATA_H
+#define DATA_ATTITUDE_DATA_H
+
+#include <cstdint>
+
+/// An attitude. The device defines what the values and flags mean.
+struct AttitudeData
+{
+    uint32_t ticks; // ms of the device's clock
+    float values[4];
+    bool flags[4];
+};
+
+#endif
