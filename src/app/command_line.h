@@ -1,0 +1,28 @@
+#ifndef APP_COMMAND_LINE_H
+#define APP_COMMAND_LINE_H
+
+#include <cstddef>
+
+#include <netinet/in.h>
+
+/// The arguments as text, each cut to 79 characters.
+struct CommandLine
+{
+    static constexpr size_t TEXT_SIZE = 80;
+
+    char address[TEXT_SIZE] = "";
+    char fileName[TEXT_SIZE] = "";
+    long port = 0; // as strtol read it
+    bool replay = false;
+};
+
+/// Prints the usage on standard output and ends the process with status 255.
+[[noreturn]] void printUsage();
+
+/// Reads the arguments into `line`, and the device's port and address into `device`, in network
+/// byte order. Options may come in any order and repeat, the last one wins; anything unknown is the
+/// file name. Ends in printUsage when the address is not one or anything but "-r" is missing. A
+/// port is not checked for its range: its low 16 bits count.
+void parseCommandLine(int argc, char** argv, CommandLine& line, sockaddr_in& device);
+
+#endif

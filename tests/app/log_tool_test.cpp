@@ -1,0 +1,158 @@
+#include "log_tool.h"
+
+#include <csignal>
+#include <memory>
+#include <string>
+#include <system_error>
+
+#include <gtest/gtest.h>
+
+#include "captured_output.h"
+#include "child_process.h"
+#include "loopback_device.h"
+#include "recorder.h"
+#include "temp_dir.h"
+#include "test_loop.h"
+
+namespace
+{
+
+/// A mode that tells what the tool's mode is, and what the log file holds, when it ends.
+class ProbeMode : public Mode
+{
+public:
+    ProbeMode(LogTool const& tool, bool& replaced, Bytes& file)
+        : m_tool(tool),
+          m_replaced(replaced),
+          m_file(file)
+    {}
+    ~ProbeMode() override
+    {
+        m_replaced = dynamic_cast<Recorder*>(m_tool.m_mode.get()) != nullptr;
+        m_file = readBytes(m_tool.m_fileName);
+    }
+    ProbeMode(ProbeMode const&) = delete;
+    ProbeMode& operator=(ProbeMode const&) = delete;
+
+private:
+    LogTool const& m_tool;
+    bool& m_replaced;
+    Bytes& m_file;
+};
+
+class LogToolTest : public testing::Test
+{
+protected:
+    TempDir m_dir;
+    LoopbackDevice m_device;
+    std::shared_ptr<sockaddr_in> m_address = std::make_shared<sockaddr_in>(m_device.address());
+    LogTool m_tool{testLoop(), m_dir.file("log"), m_address};
+};
+
+}
+
+TEST_F(LogToolTest, startsWithoutAModeAndWithAConnection)
+{
+    EXPECT_FALSE(m_tool.m_stop);
+    EXPECT_EQ(m_dir.file("log"), m_tool.m_fileName);
+    EXPECT_TRUE(m_tool.m_udpCon);
+    EXPECT_EQ(nullptr, m_tool.m_mode);
+    EXPECT_EQ(m_address, m_tool.m_address);
+    EXPECT_EQ(testLoop(), m_tool.m_loop);
+}
+
+TEST_F(LogToolTest, doesNotOpenItsConnection)
+{
+    EXPECT_EQ(1, fdloop_run(testLoop())) << "the loop has something to wait for";
+    std::string const output = capturedOutput([this] { EXPECT_FALSE(m_tool.m_udpCon->close()); });
+    ASSERT_GT(output.size(), 8U); // the time
+    EXPECT_EQ(" WARNING: FdloopUdpCon::close: not open\n", output.substr(8));
+}
+
+TEST_F(LogToolTest, bindsItsConnectionToPortsThatTheSystemChooses)
+{
+    LogTool const other(testLoop(), m_dir.file("other"), m_address);
+    in_port_t ports[2] = {};
+
+    EXPECT_TRUE(m_tool.m_udpCon->open());
+    m_device.meet(*m_tool.m_udpCon);
+    ports[0] = m_device.peer().sin_port;
+    EXPECT_TRUE(other.m_udpCon->open());
+    m_device.meet(*other.m_udpCon);
+    ports[1] = m_device.peer().sin_port;
+
+    EXPECT_NE(0, ports[0]);
+    EXPECT_NE(0, ports[1]);
+    EXPECT_NE(ports[0], ports[1]);
+    EXPECT_NE(m_device.address().sin_port, ports[0]);
+}
+
+TEST_F(LogToolTest, recordsIntoItsFileFromItsConnection)
+{
+    m_tool.record();
+    EXPECT_NE(nullptr, dynamic_cast<Recorder*>(m_tool.m_mode.get()));
+    EXPECT_FALSE(m_tool.m_stop);
+
+    m_device.meet(*m_tool.m_udpCon);
+    m_device.send(Sample<GnssPvt>::PACKET);
+    m_tool.m_udpCon->rxDataReady();
+    m_tool.m_mode.reset();
+    EXPECT_EQ(sampleFrames<GnssPvt>(), readBytes(m_dir.file("log")));
+}
+
+TEST_F(LogToolTest, greetsTheDeviceAtItsAddress)
+{
+    m_tool.record();
+    EXPECT_EQ("send hello\n",
+              capturedOutput([this] { static_cast<Recorder&>(*m_tool.m_mode).sendHello(); }));
+    EXPECT_EQ((Bytes{0x68, 0x65, 0x6A, 0x00}), m_device.receive());
+}
+
+TEST_F(LogToolTest, endsTheModeBeforeWhenTheNewOneIsInPlace)
+{
+    bool replaced = false;
+    Bytes file;
+    writeBytes(m_dir.file("log"), {1, 2, 3});
+    m_tool.m_mode = std::make_unique<ProbeMode>(m_tool, replaced, file);
+
+    m_tool.record();
+    EXPECT_TRUE(replaced);
+    EXPECT_EQ(Bytes(), file) << "the new mode had not opened the file";
+}
+
+TEST_F(LogToolTest, keepsTheModeBeforeWhenTheFileCannotBeOpened)
+{
+    bool replaced = false;
+    Bytes file;
+    auto mode = std::make_unique<ProbeMode>(m_tool, replaced, file);
+    Mode const* const before = mode.get();
+    m_tool.m_mode = std::move(mode);
+    m_tool.m_fileName = m_dir.file("missing/log");
+
+    EXPECT_THROW(m_tool.record(), std::system_error);
+    EXPECT_EQ(before, m_tool.m_mode.get());
+    m_tool.m_mode.reset();
+}
+
+TEST_F(LogToolTest, panicsWithoutAnAddress)
+{
+    struct
+    {
+        char const* name;
+        void (LogTool::*start)();
+        char const* output;
+    } const cases[] = {
+        {"play", &LogTool::play, "Panic: *** ASSERT in log_tool at 20\n"},
+        {"record", &LogTool::record, "Panic: *** ASSERT in log_tool at 28\n"},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.name);
+        ChildResult const result = runInChild([&] {
+            LogTool tool(testLoop(), m_dir.file("log"), nullptr);
+            (tool.*c.start)();
+        });
+        EXPECT_EQ(SIGABRT, result.signal());
+        EXPECT_EQ(c.output, result.output);
+        EXPECT_FALSE(std::filesystem::exists(m_dir.file("log")));
+    }
+}
