@@ -1,0 +1,15 @@
+#ifndef DEVICE_SIM_REPORT_H
+#define DEVICE_SIM_REPORT_H
+
+#include <string>
+
+#include "receiver.h"
+#include "transmitter.h"
+
+/// Tables for people.
+std::string toText(SentCounts const& sent, ReceivedReport const& received);
+
+/// One line for programs.
+std::string toJson(SentCounts const& sent, ReceivedReport const& received);
+
+#endif
