@@ -1,0 +1,115 @@
+"""What log_tool makes of its arguments."""
+
+import os
+import re
+import unittest
+
+import codec
+from codec import GenericData
+from device import Device
+from program import LOG_TOOL
+from recording import INTERRUPTED, TIMER_HELLO, RecordingTest
+
+USAGE = ["log_tool [-r] -a <k4n8-ip> -p <port> <file>", "-r: replay"]
+
+REFUSED = [
+    ("nothing",),
+    ("file alone", "log"),
+    ("no file", "-a", "127.0.0.1", "-p", "9"),
+    ("no file, replay", "-r", "-a", "127.0.0.1", "-p", "9"),
+    ("empty file name", "-a", "127.0.0.1", "-p", "9", ""),
+    ("no address", "-p", "9", "log"),
+    ("no port", "-a", "127.0.0.1", "log"),
+    ("-a last", "log", "-p", "9", "-a"),
+    ("-a last, after another", "log", "-p", "9", "-a", "127.0.0.1", "-a"),
+    ("-p last", "log", "-a", "127.0.0.1", "-p"),
+    ("-p last, after another", "log", "-a", "127.0.0.1", "-p", "9", "-p"),
+    ("no address at all", "-a", "300.1.1.1", "-p", "9", "log"),
+    ("the address that reads as none", "-a", "255.255.255.255", "-p", "9", "log"),
+    ("a name", "-a", "localhost", "-p", "9", "log"),
+    ("empty address", "-a", "", "-p", "9", "log"),
+    ("bad address before a good one", "-a", "300.1.1.1", "-a", "127.0.0.1", "-p", "9", "log"),
+    ("port 0", "-a", "127.0.0.1", "-p", "0", "log"),
+    ("port 0 after a good one", "-a", "127.0.0.1", "-p", "9", "-p", "0", "log"),
+    ("no number", "-a", "127.0.0.1", "-p", "abc", "log"),
+    ("empty port", "-a", "127.0.0.1", "-p", "", "log"),
+]
+
+
+class UsageTest(RecordingTest):
+    def test_refused_arguments(self):
+        for name, *arguments in REFUSED:
+            with self.subTest(name):
+                program = self.start(LOG_TOOL, *arguments)
+                self.assertEqual(255, program.wait())
+                self.assertEqual(USAGE, program.lines)
+                self.assertEqual("", program.unfinished_line)
+                self.assertEqual("", program.errors)
+                self.assertEqual([], os.listdir(self.folder))
+
+
+class RecordArgumentsTest(RecordingTest):
+    def setUp(self):
+        super().setUp()
+        self.device = Device()
+        self.addCleanup(self.device.close)
+        self.port = str(self.device.port)
+
+    def check_records_into(self, name, *arguments):
+        """The device is greeted, and of all files only `name` comes into being."""
+        program = self.start(LOG_TOOL, *arguments)
+        self.assertEqual(codec.HELLO, self.device.wait_hello())
+        self.assertEqual(TIMER_HELLO, program.read_line())
+        self.assertEqual([name], os.listdir(self.folder))
+        program.interrupt()
+        self.assertEqual(0, program.wait())
+
+    def test_any_order(self):
+        self.check_records_into("log", "log", "-p", self.port, "-a", "127.0.0.1")
+
+    def test_the_last_of_repeated_arguments_wins(self):
+        self.check_records_into(
+            "log2",
+            *("-a", "127.0.0.9", "-p", "9", "log1"),
+            *("-a", "127.0.0.1", "-p", self.port, "log2"),
+        )
+
+    def test_an_unknown_option_is_a_file_name(self):
+        self.check_records_into("-x", "-a", "127.0.0.1", "-p", self.port, "-x")
+
+    def test_a_port_counts_with_its_low_16_bits(self):
+        port = str(self.device.port - 0x10000)
+        self.check_records_into("log", "-a", "127.0.0.1", "-p", port, "log")
+
+    def test_a_number_ends_at_its_first_other_character(self):
+        self.check_records_into("log", "-a", "127.0.0.1", "-p", f" {self.port}x9", "log")
+
+    def test_a_file_name_is_cut_to_79_characters(self):
+        name = "".join(chr(ord("a") + i % 26) for i in range(79))
+        self.check_records_into(name, "-a", "127.0.0.1", "-p", self.port, name + "80")
+
+    def test_port_65536_sends_to_port_0(self):
+        program = self.start(LOG_TOOL, "-a", "127.0.0.1", "-p", "65536", "log")
+        prefix = r"\d\d:\d\d:\d\d   DEBUG: "
+        self.assertRegex(
+            program.read_line(),
+            f"^timeout: {prefix}UdpSocket::transmit: sendto failed errno 22: "
+            + re.escape(os.strerror(22))
+            + f"{prefix}UdpCon::transmit: sendto failed errno 22send hello$",
+        )
+        program.interrupt()
+        self.assertEqual(0, program.wait())
+        self.assertEqual(INTERRUPTED, program.lines[-2:])
+
+    def test_replay_option_anywhere_keeps_the_file(self):
+        log = codec.frame(GenericData(1, 2, 3))
+        self.write_file("log", log)
+        options = ("log", "-p", self.port, "-a", "127.0.0.1")
+        for arguments in (("-r", *options), (*options, "-r")):
+            with self.subTest(arguments):
+                self.assertEqual(0, self.start(LOG_TOOL, *arguments).wait())
+                self.assertEqual(log, self.read_file("log"))
+
+
+if __name__ == "__main__":
+    unittest.main()

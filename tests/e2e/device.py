@@ -1,0 +1,42 @@
+"""A navigation device in the hands of a test."""
+
+import socket
+
+from program import TIMEOUT_S
+
+
+class Device:
+    """A UDP socket on loopback that keeps what it sends and receives."""
+
+    def __init__(self, peer=None):
+        self.sent = []
+        self.peer = peer  # where it sends to: the sender of the latest hello
+        self._socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+        self._socket.bind(("127.0.0.1", 0))
+        self._socket.settimeout(TIMEOUT_S)
+        self.port = self._socket.getsockname()[1]
+
+    def wait_hello(self):
+        """The next datagram received; its sender becomes the peer."""
+        data, self.peer = self._socket.recvfrom(65536)
+        return data
+
+    def received(self):
+        """The datagrams that wait to be received, and their senders."""
+        datagrams = []
+        self._socket.setblocking(False)
+        try:
+            while True:
+                datagrams.append(self._socket.recvfrom(65536))
+        except BlockingIOError:
+            return datagrams
+        finally:
+            self._socket.settimeout(TIMEOUT_S)
+
+    def send(self, *datagrams):
+        for datagram in datagrams:
+            self._socket.sendto(datagram, self.peer)
+            self.sent.append(datagram)
+
+    def close(self):
+        self._socket.close()

@@ -1,0 +1,119 @@
+"""Recordings of the simulated device, judged by the simulation's own dump of what it sent."""
+
+import json
+import signal
+import unittest
+from collections import Counter
+
+import codec
+from codec import TYPES
+from recording import RecordingTest
+
+RECORDS = 500
+RATES = [
+    argument
+    for name in ("imu", "attitude", "pvt", "gnss", "generic")
+    for argument in (f"--{name}-rate", "400")
+]
+
+
+def stamps(datagrams):
+    return [int.from_bytes(data[4:8], "big") for data in datagrams if data and data[0] in TYPES]
+
+
+def parse_dump(dump):
+    datagrams = []
+    at = 0
+    while at < len(dump):
+        size = int.from_bytes(dump[at : at + 2], "little")
+        datagrams.append(dump[at + 2 : at + 2 + size])
+        at += 2 + size
+    return datagrams
+
+
+# Name, options, and what tells that the datagrams are of that kind.
+STREAMS = [
+    ("plain", (), lambda sent: stamps(sent) == sorted(stamps(sent))),
+    ("burst", ("--burst", "100"), lambda sent: True),
+    ("shuffle", ("--shuffle", "20"), lambda sent: stamps(sent) != sorted(stamps(sent))),
+    ("unknown", ("--unknown-every", "7"), lambda sent: any(d[0] not in TYPES for d in sent)),
+    ("long", ("--long-every", "3"), lambda sent: any(len(d) > TYPES[d[0]].size for d in sent)),
+    ("empty", ("--empty-every", "5"), lambda sent: b"" in sent),
+    (
+        "wrap",
+        ("--start-ticks", str(2**32 - 100)),
+        lambda sent: stamps(sent)[0] > 2**31 > stamps(sent)[-1],
+    ),
+    (
+        "all",
+        ("--burst", "50", "--shuffle", "9", "--unknown-every", "11")
+        + ("--long-every", "13", "--empty-every", "17"),
+        lambda sent: b"" in sent and stamps(sent) != sorted(stamps(sent)),
+    ),
+]
+
+
+class StreamTest(RecordingTest):
+    def simulate(self, name, *options):
+        return super().simulate(
+            *RATES,
+            *("--count", str(RECORDS), "--dump", f"{name}.dump", "--json", f"{name}.json"),
+            *options,
+            log=name,
+        )
+
+    def test_is_recorded_whole(self):
+        # All at once: each waits a second for its first hello.
+        runs = [self.simulate(name, *options) for name, options, _ in STREAMS]
+        for (simulation, recording), (name, _, is_of_its_kind) in zip(runs, STREAMS):
+            with self.subTest(name):
+                self.assertEqual(0, simulation.wait(), simulation.errors)
+                datagrams = parse_dump(self.read_file(f"{name}.dump"))
+                self.assertTrue(is_of_its_kind(datagrams))
+                recording.take_over(datagrams)
+                self.check_complete(recording)
+                log = codec.parse_frames(self.read_file(name))
+                self.assertEqual(RECORDS, len(log))
+                report = json.loads(self.read_file(f"{name}.json"))
+                self.assertEqual(report["sent"], Counter(record.type.name for record in log))
+
+    def test_short_record_aborts(self):
+        for size, line in (("7", 22), ("8", 28)):
+            with self.subTest(size):
+                simulation, recording = self.simulate(
+                    "short", "--short-at", "300", "--short-to", size
+                )
+                panic = f"Panic: *** ASSERT in playback_controller at {line}"
+                recording.check_end(-signal.SIGABRT, [panic])
+                self.assertEqual(0, simulation.wait(), simulation.errors)
+                before = parse_dump(self.read_file("short.dump"))[:299]
+                log = self.read_file("short")
+                self.assertNotEqual(b"", log)
+                self.assertEqual(codec.recording(before)[: len(log)], log)
+
+
+class RateTest(RecordingTest):
+    RATE = 20000
+
+    def test_twenty_thousand_a_second(self):
+        """All that the kernel had room for is recorded. On a busy machine that may not be all."""
+        simulation, recording = self.simulate(
+            *("--imu-rate", str(self.RATE / 2), "--attitude-rate", str(self.RATE / 2)),
+            *("--pvt-rate", "0", "--gnss-rate", "0", "--generic-rate", "0"),
+            *("--duration", "1", "--dump", "dump"),
+        )
+        self.assertEqual(0, simulation.wait(), simulation.errors)
+        datagrams = parse_dump(self.read_file("dump"))
+        self.assertEqual(self.RATE, len(datagrams))
+        recording.take_over(datagrams)
+        recording.synchronise()
+        lost = recording.lost()
+        log = codec.parse_frames(recording.interrupt())
+        self.assertEqual(len(datagrams), len(log) + lost)
+        sent = map(codec.parse_datagram, datagrams)
+        self.assertTrue(all(record in sent for record in log), "order or content")
+        self.assertLess(lost, self.RATE / 2)
+
+
+if __name__ == "__main__":
+    unittest.main()

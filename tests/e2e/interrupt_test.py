@@ -1,0 +1,81 @@
+"""CTRL-C, at any moment."""
+
+import fcntl
+import os
+import time
+import unittest
+
+import codec
+from codec import AttitudeData, datagram
+from program import LOG_TOOL, TIMEOUT_S
+from recording import INTERRUPTED, RecordingTest
+
+PIPE_SIZE = 4096  # the smallest there is, and what the C library buffers of a pipe
+
+
+class InterruptTest(RecordingTest):
+    def test_ends_with_a_message_and_the_whole_log(self):
+        recording = self.record()
+        recording.send(*(datagram(AttitudeData(ticks)) for ticks in range(10)))
+        self.check_complete(recording)
+
+    def open_pipe_as_log(self):
+        """Makes the log a small pipe, so that the test decides when the program can go on."""
+        os.mkfifo(self.path("log"))
+        log = os.open(self.path("log"), os.O_RDONLY | os.O_NONBLOCK)
+        self.addCleanup(os.close, log)
+        fcntl.fcntl(log, fcntl.F_SETPIPE_SZ, PIPE_SIZE)
+        return log
+
+    def test_more_of_them_do_no_harm(self):
+        log = self.open_pipe_as_log()
+        recording = self.record()
+        recording.send(*(datagram(AttitudeData(ticks)) for ticks in range(150)))
+        recording.synchronise()  # the pipe is full, and the rest in the program's buffer
+        recording.program.interrupt()
+        while recording.program.lines[-2:] != INTERRUPTED:
+            recording.program.read_line()
+        for _ in range(100):
+            recording.program.interrupt()
+        self.assertTrue(recording.program.is_running())
+        os.set_blocking(log, True)
+        content = b"".join(iter(lambda: os.read(log, PIPE_SIZE), b""))
+        self.assert_log(codec.recording(recording.sent), content)
+        recording.check_end(0, INTERRUPTED)
+
+    def test_right_after_the_start(self):
+        os.mkfifo(self.path("log"))
+        for delay_ms in range(50):
+            program = self.start(LOG_TOOL, "-a", "127.0.0.1", "-p", "9", "log")
+            with open(self.path("log"), "rb") as log:  # waits for the program to open it
+                time.sleep(delay_ms / 1000)
+                program.interrupt()
+                self.assertEqual(b"", log.read())
+            self.assertEqual(0, program.wait(), delay_ms)
+            self.assertEqual(INTERRUPTED, program.lines)
+            self.assertEqual("", program.errors)
+            program.close()
+
+    def test_under_a_saturating_stream(self):
+        # The program is slowed down until it never has to wait: whenever an empty datagram ends a
+        # pass, the next datagram is there already.
+        log = self.open_pipe_as_log()
+        _, recording = self.simulate("--as-fast-as-possible", "--empty-every", "1")
+        recording.program.read_line()
+        os.set_blocking(log, True)
+        content = b""
+        interrupted = None
+        while chunk := os.read(log, PIPE_SIZE):
+            content += chunk
+            time.sleep(0.03)
+            if interrupted is None and len(content) > 10 * PIPE_SIZE:
+                recording.program.interrupt()
+                interrupted = time.monotonic()
+            elif interrupted is not None:
+                self.assertLess(time.monotonic() - interrupted, TIMEOUT_S)
+        recording.check_end(0, INTERRUPTED)
+        self.assertNotEqual([], codec.parse_frames(content))
+
+
+if __name__ == "__main__":
+    unittest.main()

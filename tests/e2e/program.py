@@ -1,0 +1,144 @@
+"""Runs the programs under test and reads their output as it appears."""
+
+import ctypes
+import os
+import resource
+import selectors
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+
+LOG_TOOL = os.environ.get("LOG_TOOL", "log_tool")
+DEVICE_SIM = os.environ.get("DEVICE_SIM", "device_sim")
+
+TIMEOUT_S = 30  # for one event; far more than any of them takes on a busy machine
+TEST_TIMEOUT_S = 100
+
+# Heard only by a build with sanitizers.
+_SUPPRESSIONS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "lsan.supp")
+os.environ.setdefault("LSAN_OPTIONS", f"suppressions={_SUPPRESSIONS}:print_suppressions=0")
+
+# Some programs abort on purpose.
+resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+
+_libc = ctypes.CDLL(None)
+_PR_SET_PDEATHSIG = 1
+
+
+def _end_with_the_test():
+    _libc.prctl(_PR_SET_PDEATHSIG, signal.SIGKILL)
+
+
+class Program:
+    """A running program whose standard output is a pipe."""
+
+    def __init__(self, arguments, folder):
+        self.lines = []  # read so far, without their ends
+        self._output = b""
+        self._errors = tempfile.TemporaryFile()
+        self._process = subprocess.Popen(
+            [os.fsencode(argument) for argument in arguments],
+            cwd=folder,
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            stderr=self._errors,
+            preexec_fn=_end_with_the_test,
+        )
+        self._selector = selectors.DefaultSelector()
+        self._selector.register(self._process.stdout, selectors.EVENT_READ)
+
+    @property
+    def pid(self):
+        return self._process.pid
+
+    def _read(self, deadline):
+        """More output; nothing at its end."""
+        if not self._selector.select(max(0, deadline - time.monotonic())):
+            raise TimeoutError(f"no more output after {self.lines}, {self._output}")
+        return os.read(self._process.stdout.fileno(), 65536)
+
+    def read_line(self):
+        """The next line, as soon as it is whole; None at the end of the output."""
+        deadline = time.monotonic() + TIMEOUT_S
+        while b"\n" not in self._output:
+            data = self._read(deadline)
+            if not data:
+                return None
+            self._output += data
+        line, _, self._output = self._output.partition(b"\n")
+        self.lines.append(line.decode())
+        return self.lines[-1]
+
+    def wait(self):
+        """The exit status, negative for a signal, once the output has ended."""
+        while self.read_line() is not None:
+            pass
+        return self._process.wait(TIMEOUT_S)
+
+    @property
+    def unfinished_line(self):
+        return self._output.decode()
+
+    @property
+    def errors(self):
+        self._errors.seek(0)
+        return self._errors.read().decode()
+
+    def is_running(self):
+        return self._process.poll() is None
+
+    def signal(self, number):
+        self._process.send_signal(number)
+
+    def interrupt(self):
+        self.signal(signal.SIGINT)
+
+    def pause(self):
+        self.signal(signal.SIGSTOP)
+        os.waitid(os.P_PID, self.pid, os.WSTOPPED)
+
+    def resume(self):
+        self.signal(signal.SIGCONT)
+
+    def close(self):
+        if self.is_running():
+            self._process.kill()
+            self._process.wait()
+        self._selector.close()
+        self._process.stdout.close()
+        self._errors.close()
+
+
+class ProgramTest(unittest.TestCase):
+    """A test with a folder of its own, of which no program outlives the end."""
+
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="log_tool-e2e-")
+        self.addCleanup(shutil.rmtree, self.folder)
+        signal.signal(signal.SIGALRM, self._on_alarm)
+        signal.alarm(TEST_TIMEOUT_S)
+        self.addCleanup(signal.alarm, 0)
+
+    @staticmethod
+    def _on_alarm(*_):
+        raise TimeoutError(f"the test takes more than {TEST_TIMEOUT_S} s")
+
+    def start(self, *arguments):
+        program = Program(arguments, self.folder)
+        self.addCleanup(program.close)
+        return program
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def read_file(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def write_file(self, name, content):
+        with open(self.path(name), "wb") as file:
+            file.write(content)

@@ -1,0 +1,132 @@
+"""log_tool in record mode, and what a test can expect of it."""
+
+import os
+
+import codec
+from device import Device
+from program import DEVICE_SIM, LOG_TOOL, ProgramTest
+
+HELLO_EVERY_N_PACKETS = 50
+UNKNOWN = bytes(8)  # counted like any other datagram, but never recorded
+
+# The receive queue holds some 200 KiB; the kernel charges a datagram about this much.
+QUEUE_SIZE = 140000
+DATAGRAM_OVERHEAD = 1024
+
+TIMER_HELLO = "timeout: send hello"
+PACKET_HELLO = "send hello"
+INTERRUPTED = ["", "CTRL-C Pressed"]
+
+
+class Recording:
+    """A running log_tool that records into `log`, and the test's device."""
+
+    def __init__(self, test, log="log", device_port=None):
+        self._test = test
+        self.log = log
+        self.device = Device()
+        test.addCleanup(self.device.close)
+        port = self.device.port if device_port is None else device_port
+        self.program = test.start(LOG_TOOL, "-a", "127.0.0.1", "-p", str(port), log)
+        self.foreign = []  # datagrams sent to the program by others than the device
+
+    @property
+    def sent(self):
+        return self.foreign + self.device.sent
+
+    def take_over(self, datagrams):
+        """Makes the test's device go on where another one, which has sent these, has ended."""
+        self.foreign = datagrams
+        self.device.peer = ("127.0.0.1", self._udp_socket()[0])
+
+    def lost(self):
+        """How many datagrams the kernel has dropped because the program's queue was full."""
+        return self._udp_socket()[1]
+
+    def _udp_socket(self):
+        """The local port and the drops of the program's only UDP socket."""
+        links = f"/proc/{self.program.pid}/fd"
+        inodes = {os.readlink(f"{links}/{fd}") for fd in os.listdir(links)}
+        with open(f"/proc/{self.program.pid}/net/udp", encoding="ascii") as table:
+            for line in table.readlines()[1:]:
+                fields = line.split()
+                if f"socket:[{fields[9]}]" in inodes:
+                    return int(fields[1].split(":")[1], 16), int(fields[12])
+        raise LookupError("no UDP socket")
+
+    def next_hello(self):
+        """The line that announces the next hello, which the device has got."""
+        self._test.assertEqual(codec.HELLO, self.device.wait_hello())
+        return self.program.read_line()
+
+    def send(self, *datagrams):
+        """Sends datagrams, no faster than the program takes them."""
+        queued = 0
+        for datagram in datagrams:
+            size = DATAGRAM_OVERHEAD + 2 * len(datagram)
+            if queued and queued + size > QUEUE_SIZE:
+                self.synchronise()
+                queued = 0
+            self.device.send(datagram)
+            queued += size
+
+    def synchronise(self):
+        """Returns when the program has handled all that was sent, known by its packet hellos."""
+        handled = self.handled() - self.lost()
+        fill = -handled % HELLO_EVERY_N_PACKETS
+        self.device.send(*[UNKNOWN] * fill)
+        while self.packet_hellos() < (handled + fill) // HELLO_EVERY_N_PACKETS:
+            if self.program.read_line() is None:
+                self._test.fail(f"ended after {self.program.lines}: {self.program.errors}")
+
+    def handled(self):
+        """How many datagrams the program counts, if none is lost: all but the empty ones."""
+        return sum(1 for datagram in self.sent if datagram)
+
+    def packet_hellos(self):
+        return self.program.lines.count(PACKET_HELLO)
+
+    def interrupt(self):
+        """Ends the recording as a user does and returns the log."""
+        self.program.interrupt()
+        self.check_end(0, INTERRUPTED)
+        return self._test.read_file(self.log)
+
+    def check_end(self, status, last_lines):
+        """Waits for the end and checks everything printed."""
+        self._test.assertEqual(status, self.program.wait(), self.program.errors)
+        hellos = len(self.program.lines) - len(last_lines)
+        self._test.assertEqual(last_lines, self.program.lines[hellos:])
+        self._test.assertLessEqual(set(self.program.lines[:hellos]), {TIMER_HELLO, PACKET_HELLO})
+        self._test.assertEqual("", self.program.unfinished_line)
+        self._test.assertEqual("", self.program.errors)
+
+
+class RecordingTest(ProgramTest):
+    def record(self, **options):
+        """A recording whose program has greeted the device."""
+        recording = Recording(self, **options)
+        recording.next_hello()
+        return recording
+
+    def simulate(self, *options, log="log"):
+        """A device_sim and the recording of its stream."""
+        simulation = self.start(DEVICE_SIM, "--bind", "127.0.0.1", "--port", "0", *options)
+        port = int(simulation.read_line().removeprefix("listening on "))
+        return simulation, Recording(self, log=log, device_port=port)
+
+    def check_complete(self, recording):
+        """Ends the recording and compares its log with what was sent."""
+        recording.synchronise()
+        self.assertEqual(0, recording.lost())
+        log = recording.interrupt()
+        self.assertEqual(
+            recording.handled() // HELLO_EVERY_N_PACKETS, recording.packet_hellos()
+        )
+        self.assert_log(codec.recording(recording.sent), log)
+
+    def assert_log(self, expected, log):
+        if expected == log:
+            return
+        self.assertEqual(codec.parse_frames(expected), codec.parse_frames(log))
+        self.fail("equal records in different bytes")
