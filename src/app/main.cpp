@@ -41,7 +41,7 @@ int main(int argc, char** argv)
     // Held back until the loop waits for the first time: the handler needs s_logTool.
     blockSignal(SIGINT);
     signal(SIGINT, onInterrupt);
-    _fdloop_t* const loop = fdloop_init();
+    static _fdloop_t* const loop = fdloop_init(); // lives as long as the process
     if (!loop)
         tt_assert_failed("main", 86);
     fdloop_signal_in_wait(loop, SIGINT);

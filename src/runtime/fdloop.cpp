@@ -237,16 +237,24 @@ void fdloop_signal_in_wait(_fdloop_t* loop, int signo)
     sigdelset(&loop->wait_mask, signo);
 }
 
-/* pselect does not let a pending signal in while it finds ready descriptors, so a busy stream could
-   hold one back for ever. The end of a pass is as safe a place as the wait. */
-static void _signals_let_in(_fdloop_t* loop)
+void fdloop_let_signals_in(_fdloop_t* loop)
 {
-    if (!loop->wait_masked || loop->now_ms - loop->let_in_ms < SIGNAL_DELAY_MS)
-        return;
-
     sigset_t held;
+
+    if (!loop->wait_masked)
+        return;
     sigprocmask(SIG_SETMASK, &loop->wait_mask, &held);
     sigprocmask(SIG_SETMASK, &held, nullptr);
+}
+
+/* pselect does not let a pending signal in while it finds ready descriptors, so a busy stream could
+   hold one back for ever. The end of a pass is as safe a place as the wait. */
+static void _busy_pass_ended(_fdloop_t* loop)
+{
+    if (loop->now_ms - loop->let_in_ms < SIGNAL_DELAY_MS)
+        return;
+
+    fdloop_let_signals_in(loop);
     loop->let_in_ms = loop->now_ms;
 }
 
@@ -333,7 +341,7 @@ int fdloop_run(_fdloop_t* loop)
     int const ready = _wait(loop, max_fd, sets, timeout);
     if (ready > 0) {
         _fd_dispatch(loop, sets);
-        _signals_let_in(loop);
+        _busy_pass_ended(loop);
     }
 
     /* A signal only cuts the wait short: the caller's next pass waits again. */

@@ -75,6 +75,10 @@ int fdloop_unregister_signal(_fdloop_t* loop, int fd, int signo);
 /// next wait. A stream that never lets a pass wait delays it by no more than 100 ms and a pass.
 void fdloop_signal_in_wait(_fdloop_t* loop, int signo);
 
+/// Lets the signals of fdloop_signal_in_wait in here as well: for a callback that may go on for
+/// long, at a point where the handler may do as it likes.
+void fdloop_let_signals_in(_fdloop_t* loop);
+
 // Timers. Times are milliseconds on the clock of fdloop_time_ms, which wraps; intervals must stay
 // below 2^31 ms.
 

@@ -7,6 +7,8 @@
 #include "fdloop.h"
 #include "tt_slog.h"
 
+static constexpr unsigned SIGNALS_EVERY_N_DATAGRAMS = 256;
+
 uint32_t FdloopUdpCon::s_rxCount = 0;
 
 // Watching a socket changes the loop's lists and nothing that its owner can see.
@@ -52,6 +54,7 @@ bool FdloopUdpCon::close()
         return false;
     }
     fdloop_fd_unregister(mutableLoop(m_loop), m_socket.getFd());
+    m_closed = true;
     return true;
 }
 
@@ -106,7 +109,15 @@ void FdloopUdpCon::rxDataReady()
 {
     std::weak_ptr<void> const lifetime = m_lifetime;
 
-    while (!lifetime.expired()) {
+    m_closed = false;
+    for (unsigned count = 1; !lifetime.expired() && !m_closed; ++count) {
+        // Datagrams that come faster than they are taken keep this drain going: CTRL-C must end it.
+        if (count % SIGNALS_EVERY_N_DATAGRAMS == 0) {
+            fdloop_let_signals_in(mutableLoop(m_loop));
+            if (m_closed)
+                return;
+        }
+
         IUdpSocket::message_t const msg = m_socket.receive();
         if (msg.len < 1)
             return;

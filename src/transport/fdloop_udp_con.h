@@ -50,6 +50,7 @@ private:
     RxCallBack m_periodicRxCallBack;
     uint32_t m_period = 0;
     std::shared_ptr<WaitPoint> m_bindGuard;
+    bool m_closed = false; // since the drain under way began
     std::shared_ptr<void> m_lifetime = std::make_shared<char>(); // expires with this object
 };
 

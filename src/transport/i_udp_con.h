@@ -37,7 +37,8 @@ public:
         std::function<void(sockaddr const*, unsigned char const*, unsigned int)> const& cb,
         unsigned int period) = 0;
 
-    /// Delivers the datagrams queued in the socket, up to an empty one.
+    /// Delivers the datagrams queued in the socket, up to an empty one or until a callback closes
+    /// the connection.
     virtual void rxDataReady() = 0;
 };
 

@@ -10,6 +10,10 @@ from collections import namedtuple
 HELLO = b"\x68\x65\x6a\x00"
 FOOTER = b"\xd0\xc0\xb0\xa0"
 HEADER_SIZE = 8
+VERSION = 1
+
+END_OF_FILE = "End of file reached\n"
+NO_CONTENT = "could not read frame content, return false\n"
 
 PVT_FIELDS = {
     "ticks": "I",
@@ -70,6 +74,10 @@ class Type:
     def stamp(self, record):
         return max(record[name] for name in self._stamp_fields)
 
+    def numbered(self, stamp, number):
+        """A record with a time stamp and, in its second word, a number."""
+        return self.record({self.fields[1]: number, **dict.fromkeys(self._stamp_fields, stamp)})
+
 
 class Record(namedtuple("Record", "type values")):
     def __getitem__(self, name):
@@ -128,7 +136,12 @@ def parse_datagram(data):
         return None
     if len(data) < type_.size:
         raise ValueError(f"{len(data)} bytes are no {type_.name}")
-    values = struct.unpack(">" + type_.letters, data[HEADER_SIZE : type_.size])
+    return _unpack(type_, ">", data, HEADER_SIZE)
+
+
+def _unpack(type_, byte_order, data, at):
+    """The record at an offset, its flags 0 or 1."""
+    values = struct.unpack_from(byte_order + type_.letters, data, at)
     return Record(
         type_,
         tuple(
@@ -140,7 +153,7 @@ def parse_datagram(data):
 
 def frame(record):
     """The record as the log holds it."""
-    header = struct.pack("<BBHI", record.type.code, 1, record.type.size, 0)
+    header = struct.pack("<BBHI", record.type.code, VERSION, record.type.size, 0)
     return header + struct.pack("<" + record.type.letters, *record.values) + FOOTER
 
 
@@ -151,7 +164,7 @@ def parse_frames(log):
     while at < len(log):
         code, version, length, reserved = struct.unpack_from("<BBHI", log, at)
         type_ = TYPES[code]
-        if (version, length, reserved) != (1, type_.size, 0):
+        if (version, length, reserved) != (VERSION, type_.size, 0):
             raise ValueError(f"offset {at}: header {log[at:at + HEADER_SIZE].hex(' ')}")
         values = struct.unpack_from("<" + type_.letters, log, at + HEADER_SIZE)
         at += type_.size
@@ -166,3 +179,39 @@ def recording(datagrams):
     """The log that a recorder makes of datagrams."""
     records = (parse_datagram(data) for data in datagrams)
     return b"".join(frame(record) for record in records if record is not None)
+
+
+def replay(log):
+    """The datagrams that a replay makes of a log, which may be damaged, and what it prints then."""
+    datagrams = []
+    at = 0
+    while True:
+        if len(log) - at < HEADER_SIZE:
+            return datagrams, END_OF_FILE
+        code, version = log[at], log[at + 1]
+        if version != VERSION:
+            return datagrams, f"Illegal frame header version {version}"
+        type_ = TYPES.get(code)
+        if type_ is None:
+            return datagrams, ""
+        end = at + type_.size
+        footer = log[end : end + len(FOOTER)]
+        if len(footer) < len(FOOTER):
+            return datagrams, END_OF_FILE + NO_CONTENT
+        if footer != FOOTER:
+            value = int.from_bytes(footer, "little", signed=True)
+            return datagrams, f"Illegal frame header footer {value}{NO_CONTENT}"
+        datagrams.append(datagram(_unpack(type_, "<", log, at + HEADER_SIZE)))
+        at = end + len(FOOTER)
+
+
+NUMBER_AT = 12  # of a frame or datagram of a record with a number
+
+
+def numbered_log(stamp, count):
+    """A log of records numbered from 0, of all types in turn, with one time stamp."""
+    frames = [frame(type_.numbered(stamp, 0)) for type_ in TYPES.values()]
+    parts = [(data[:NUMBER_AT], data[NUMBER_AT + 4 :]) for data in frames]
+    return b"".join(
+        number.to_bytes(4, "little").join(parts[number % len(parts)]) for number in range(count)
+    )

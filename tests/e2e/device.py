@@ -21,6 +21,10 @@ class Device:
         data, self.peer = self._socket.recvfrom(65536)
         return data
 
+    def receive(self):
+        """The next datagram received."""
+        return self._socket.recv(65536)
+
     def received(self):
         """The datagrams that wait to be received, and their senders."""
         datagrams = []

@@ -56,11 +56,17 @@ class InterruptTest(RecordingTest):
             self.assertEqual("", program.errors)
             program.close()
 
-    def test_under_a_saturating_stream(self):
-        # The program is slowed down until it never has to wait: whenever an empty datagram ends a
-        # pass, the next datagram is there already.
+    def test_when_no_pass_ever_waits(self):
+        # Whenever an empty datagram ends a pass, the next datagram is there already.
+        self.check_saturated("--empty-every", "1")
+
+    def test_when_the_queue_never_runs_empty(self):
+        self.check_saturated()
+
+    def check_saturated(self, *options):
+        """Slows the program down until datagrams always wait for it, and interrupts it."""
         log = self.open_pipe_as_log()
-        _, recording = self.simulate("--as-fast-as-possible", "--empty-every", "1")
+        _, recording = self.simulate("--as-fast-as-possible", *options)
         recording.program.read_line()
         os.set_blocking(log, True)
         content = b""

@@ -17,10 +17,6 @@ DEVICE_SIM = os.environ.get("DEVICE_SIM", "device_sim")
 TIMEOUT_S = 30  # for one event; far more than any of them takes on a busy machine
 TEST_TIMEOUT_S = 100
 
-# Heard only by a build with sanitizers.
-_SUPPRESSIONS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "lsan.supp")
-os.environ.setdefault("LSAN_OPTIONS", f"suppressions={_SUPPRESSIONS}:print_suppressions=0")
-
 # Some programs abort on purpose.
 resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
