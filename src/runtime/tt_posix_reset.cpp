@@ -1,5 +1,6 @@
 #include "tt_posix_reset.h"
 
+#include <cstdio>
 #include <cstdlib>
 
 #include <unistd.h>
@@ -30,5 +31,6 @@ int tt_restart()
 {
     if (!s_argv)
         tt_assert_failed("tt_posix_reset", 39);
+    fflush(stdout); // what the C stream still holds would go with the process image
     return execvp(s_argv[0], s_argv);
 }

@@ -27,8 +27,6 @@ FdloopUdpCon::~FdloopUdpCon()
 {
     if (isOpen())
         fdloop_fd_unregister(mutableLoop(m_loop), m_socket.getFd());
-    if (m_bindGuard)
-        m_bindGuard->setCallback({});
 }
 
 bool FdloopUdpCon::open()
@@ -40,9 +38,10 @@ bool FdloopUdpCon::open()
     if (!m_bindGuard)
         return m_socket.bind();
 
-    m_bindGuard->setCallback([this] {
+    // The guard may outlive the connection.
+    m_bindGuard->setCallback([this, lifetime = std::weak_ptr<void>(m_lifetime)] {
         IUdpSocket& socket = m_socket;
-        return socket.bind();
+        return !lifetime.expired() && socket.bind();
     });
     return true;
 }
@@ -100,6 +99,15 @@ int FdloopUdpCon::dataReadyCallback(int /*fd*/, void* data)
     return 0;
 }
 
+bool FdloopUdpCon::isClosedBySignal()
+{
+    std::weak_ptr<void> const lifetime = m_lifetime;
+
+    m_closed = false;
+    fdloop_let_signals_in(mutableLoop(m_loop));
+    return lifetime.expired() || m_closed;
+}
+
 bool FdloopUdpCon::isPeriodicDue()
 {
     return m_periodicRxCallBack && m_period != 0 && ++s_rxCount >= m_period;
@@ -109,14 +117,10 @@ void FdloopUdpCon::rxDataReady()
 {
     std::weak_ptr<void> const lifetime = m_lifetime;
 
-    m_closed = false;
-    for (unsigned count = 1; !lifetime.expired() && !m_closed; ++count) {
+    for (unsigned count = 1; !lifetime.expired(); ++count) {
         // Datagrams that come faster than they are taken keep this drain going: CTRL-C must end it.
-        if (count % SIGNALS_EVERY_N_DATAGRAMS == 0) {
-            fdloop_let_signals_in(mutableLoop(m_loop));
-            if (m_closed)
-                return;
-        }
+        if (count % SIGNALS_EVERY_N_DATAGRAMS == 0 && isClosedBySignal())
+            return;
 
         IUdpSocket::message_t const msg = m_socket.receive();
         if (msg.len < 1)

@@ -38,6 +38,7 @@ private:
     using RxCallBack = std::function<void(sockaddr const*, unsigned char const*, unsigned int)>;
 
     bool isOpen() const { return m_socket.getFd() >= 1; }
+    bool isClosedBySignal();
     bool isPeriodicDue();
 
     // Shared by all connections, on purpose: the period counts what the process receives.
@@ -50,7 +51,7 @@ private:
     RxCallBack m_periodicRxCallBack;
     uint32_t m_period = 0;
     std::shared_ptr<WaitPoint> m_bindGuard;
-    bool m_closed = false; // since the drain under way began
+    bool m_closed = false; // since the signals were last let in
     std::shared_ptr<void> m_lifetime = std::make_shared<char>(); // expires with this object
 };
 

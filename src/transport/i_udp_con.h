@@ -37,8 +37,8 @@ public:
         std::function<void(sockaddr const*, unsigned char const*, unsigned int)> const& cb,
         unsigned int period) = 0;
 
-    /// Delivers the datagrams queued in the socket, up to an empty one or until a callback closes
-    /// the connection.
+    /// Delivers the datagrams queued in the socket, up to an empty one or until a signal's handler
+    /// closes the connection.
     virtual void rxDataReady() = 0;
 };
 

@@ -1056,16 +1056,46 @@ TEST_F(FdloopSignal, inWaitIsNotHeldBackByADescriptorThatIsAlwaysReady)
     }
 }
 
+TEST_F(FdloopSignal, inWaitMayBeLetInByACallback)
+{
+    ScopedSignals::handle(SIGUSR1, handle);
+    fdloop_signal_in_wait(loop, SIGUSR1);
+
+    fdloop_let_signals_in(loop);
+    EXPECT_EQ(0, s_handled);
+    raise(SIGUSR1);
+    EXPECT_EQ(0, s_handled);
+    fdloop_let_signals_in(loop);
+    EXPECT_EQ(1, s_handled);
+    EXPECT_TRUE(ScopedSignals::isBlocked(SIGUSR1));
+}
+
+TEST_F(FdloopSignal, lettingSignalsInLeavesTheOthersBlocked)
+{
+    ScopedSignals::handle(SIGALRM, handle);
+    int const fd = fdloop_register_signal(loop, record, SIGALRM);
+    for (bool const inWait : {false, true}) {
+        if (inWait)
+            fdloop_signal_in_wait(loop, SIGUSR1);
+        raise(SIGALRM);
+        fdloop_let_signals_in(loop);
+        EXPECT_EQ(0, s_handled);
+        EXPECT_EQ(0, fdloop_run(loop));
+    }
+    EXPECT_EQ(2U, s_calls.size());
+    fdloop_unregister_signal(loop, fd, SIGALRM);
+}
+
 // It may do whatever a callback may do.
 TEST_F(FdloopSignal, inWaitMayChangeTheLoopFromItsHandler)
 {
-    static SocketPair const* watched = nullptr;
+    static int watched = -1;
     SocketPair const sockets;
     FdAction action;
-    watched = &sockets;
+    watched = sockets.near();
     s_loop = loop;
     fdloop_fd_register(loop, sockets.near(), FdAction::call, &action);
-    ScopedSignals::handle(SIGUSR1, [](int) { fdloop_fd_unregister(s_loop, watched->near()); });
+    ScopedSignals::handle(SIGUSR1, [](int) { fdloop_fd_unregister(s_loop, watched); });
     fdloop_signal_in_wait(loop, SIGUSR1);
 
     raise(SIGUSR1);

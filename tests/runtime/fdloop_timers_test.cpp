@@ -1,4 +1,3 @@
-#include <cstdarg>
 #include <cstdio>
 #include <functional>
 #include <string>
@@ -475,13 +474,14 @@ TEST_F(FdloopTimers, settingTheIntervalInTheCallbackCountsForTheNextRun)
 /* Debug output */
 
 /// A line of tt_slogd at LOG_TIME: the console takes 79 characters of the message.
-__attribute__((format(printf, 1, 2))) static std::string logged(char const* fmt, ...)
+template <class... Arguments>
+static std::string logged(char const* fmt, Arguments... arguments)
 {
     char message[80];
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(message, sizeof message, fmt, ap);
-    va_end(ap);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    snprintf(message, sizeof message, fmt, arguments...);
+#pragma GCC diagnostic pop
     return std::string("09:05:07   DEBUG: ") + message;
 }
 
@@ -507,7 +507,7 @@ protected:
     std::string outputAtLevel(unsigned level, std::function<void()> const& action)
     {
         fdloop_debug(loop, 0x20000 | level);
-        std::string const output = capturedOutput(action);
+        std::string output = capturedOutput(action);
         fdloop_debug(loop, 0x20000);
         return output;
     }

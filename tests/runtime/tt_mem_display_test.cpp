@@ -56,7 +56,8 @@ TEST(TtDataDisplay, dumpsLinesOfItemsAndCharacters)
 
 TEST(TtDataDisplay, printsNothingForNoItems)
 {
-    for (int const width : {'b', 'h', 'w'}) {
+    int const widths[] = {'b', 'h', 'w'};
+    for (int const width : widths) {
         int result = -1;
         EXPECT_EQ("", capturedOutput([&] { result = tt_data_display(width, DATA, 0, 0); }));
         EXPECT_EQ(0, result);

@@ -1,6 +1,7 @@
 #include "fdloop_udp_con.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -17,6 +18,7 @@
 #include "fdloop_udp_con_factory.h"
 #include "loopback_peer.h"
 #include "scoped_loop.h"
+#include "signals.h"
 #include "socket_doubles.h"
 #include "system_doubles.h"
 #include "wait_point.h"
@@ -181,7 +183,8 @@ TEST_F(FdloopUdpConTest, destructionLeavesTheOtherConnectionsAlone)
     con->open();
     other.open();
     other.setRxCallBack(appendTo(received));
-    FdloopUdpCon(loop, 0); // never opened
+    auto unopened = std::make_unique<FdloopUdpCon>(loop, 0);
+    unopened.reset();
     con.reset();
 
     EXPECT_EQ(1, loop->fd_count);
@@ -366,8 +369,9 @@ TEST_F(FdloopUdpConRx, theCallbackMayReplaceItself)
     EXPECT_EQ(1, captured.use_count());
 }
 
-TEST_F(FdloopUdpConRx, theCallbackMayCloseTheConnection)
+TEST_F(FdloopUdpConRx, theCallbackMayCloseTheConnectionAndStillGetsWhatIsQueued)
 {
+    int const socket = fd();
     con->setRxCallBack([this](sockaddr const* from, unsigned char const* data, unsigned int len) {
         EXPECT_TRUE(con->close());
         appendTo(received)(from, data, len);
@@ -375,9 +379,56 @@ TEST_F(FdloopUdpConRx, theCallbackMayCloseTheConnection)
     send({"a", "b"});
 
     EXPECT_EQ(0, fdloop_run(loop));
-    EXPECT_EQ((Texts{"a", "b"}), received); // the drain goes on
+    EXPECT_EQ((Texts{"a", "b"}), received);
     EXPECT_EQ(0, loop->fd_count);
+    EXPECT_TRUE(isDescriptor(socket));
     EXPECT_EQ(1, fdloop_run(loop));
+}
+
+// A stream that refills the queue as fast as it is drained must not hold CTRL-C back.
+class FdloopUdpConEndlessRx : public FdloopUdpConRx
+{
+protected:
+    static constexpr size_t ENOUGH = 5000;
+
+    FdloopUdpConEndlessRx()
+    {
+        s_con = &con;
+        con->setRxCallBack([this](sockaddr const*, unsigned char const* data, unsigned int len) {
+            received.emplace_back();
+            if (received.size() < ENOUGH)
+                con->transmit(&self, data, len);
+        });
+    }
+
+    void drainWithSignal(void (*handler)(int))
+    {
+        ScopedSignals const signals;
+        ScopedSignals::handle(SIGUSR1, handler);
+        fdloop_signal_in_wait(loop, SIGUSR1);
+        raise(SIGUSR1);
+        send({"x"});
+        con->rxDataReady();
+
+        EXPECT_GE(received.size(), 1U);
+        EXPECT_LT(received.size(), ENOUGH);
+        EXPECT_EQ(0, loop->fd_count);
+    }
+
+    static decltype(&con) s_con;
+    sockaddr_in const self = loopbackAddress(localPort(fd()));
+};
+
+decltype(FdloopUdpConEndlessRx::s_con) FdloopUdpConEndlessRx::s_con = nullptr;
+
+TEST_F(FdloopUdpConEndlessRx, endsWhenASignalClosesTheConnection)
+{
+    drainWithSignal([](int) { (*s_con)->close(); });
+}
+
+TEST_F(FdloopUdpConEndlessRx, endsWhenASignalDestroysTheConnection)
+{
+    drainWithSignal([](int) { s_con->reset(); });
 }
 
 TEST_F(FdloopUdpConRx, theCallbackMayTransmit)
@@ -615,6 +666,15 @@ TEST_F(FdloopUdpConGuard, reachedAfterTheDestructionDoesNothing)
     con.reset();
 
     EXPECT_EQ(1, guard.use_count());
+    EXPECT_EQ("", loggedBy([this] { EXPECT_FALSE(guard->call()); }));
+}
+
+TEST_F(FdloopUdpConGuard, thatWasReplacedAfterOpenDoesNothingAfterTheDestruction)
+{
+    con->open();
+    con->setBindGuard(nullptr);
+    con.reset();
+
     EXPECT_EQ("", loggedBy([this] { EXPECT_FALSE(guard->call()); }));
 }
 

@@ -1,7 +1,6 @@
 #include "udp_socket.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <string>
