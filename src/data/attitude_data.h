@@ -11,4 +11,8 @@ struct AttitudeData
     bool flags[4];
 };
 
+/// Turns flags that were read as bytes into flags: 0 stays 0, any other byte becomes 1. Until then
+/// they must not be read.
+void normalizeFlags(AttitudeData& record);
+
 #endif

@@ -2,6 +2,7 @@
 #define DATA_GNSS_PVT_H
 
 #include <cstdint>
+#include <string>
 
 /// A GNSS position, velocity and time: a record of its own and a section of GnssData.
 struct GnssPvt
@@ -26,6 +27,9 @@ struct GnssPvt
     uint32_t pDop;               // the device's raw integer scale
 
     uint32_t getTicks() const { return ticks; }
+
+    /// The fix code in words, "Unknown" for an unknown one.
+    std::string getFixTypeText() const;
 
     bool operator==(GnssPvt const& other) const;
     bool operator!=(GnssPvt const& other) const { return !(*this == other); }
