@@ -28,7 +28,7 @@ protected:
     static constexpr unsigned char TYPE = Sample<Record>::PACKET[0];
     static constexpr unsigned SIZE = Sample<Record>::PACKET.size();
 
-    UdpPacketAnalyzer<Record> const m_udpAnalyzer;
+    UdpPacketAnalyzer<Record> m_udpAnalyzer;
     IUdpPacketAnalyzer<Record> const& m_analyzer = m_udpAnalyzer;
 };
 
