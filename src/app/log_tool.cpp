@@ -1,9 +1,9 @@
 #include "log_tool.h"
 
-#include <cstdio>
 #include <utility>
 
 #include "fdloop_udp_con_factory.h"
+#include "player.h"
 #include "recorder.h"
 #include "tt_panic.h"
 
@@ -18,7 +18,11 @@ void LogTool::play()
 {
     if (!m_address)
         tt_assert_failed("log_tool", 20);
-    puts("not built yet");
+    m_mode = std::make_unique<Player>(m_loop, m_fileName, m_udpCon, m_address, [this] {
+        m_stop = true;
+        m_udpCon->close();
+        return true;
+    });
 }
 
 void LogTool::record()

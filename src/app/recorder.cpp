@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "hello.h"
 #include "playback_controller.h"
 #include "subscribe_all.h"
 #include "tt_time.h"
@@ -10,7 +11,6 @@
 static constexpr unsigned HELLO_PERIOD_MS = 1000;
 static constexpr uint32_t HELLO_TIMEOUT_MS = 900; // since the last hello of any cause
 static constexpr unsigned HELLO_EVERY_N_PACKETS = 50;
-static constexpr unsigned char HELLO[] = {'h', 'e', 'j', '\0'}; // the zero byte is sent too
 
 Recorder::Recorder(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCon> udpCon,
                    std::shared_ptr<sockaddr_in> address)

@@ -30,6 +30,7 @@ static void parse(std::vector<std::string> arguments, Parsed& to)
 {
     arguments.insert(arguments.begin(), "log_tool");
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (auto& argument : arguments)
         argv.push_back(argument.data());
     argv.push_back(nullptr);

@@ -10,6 +10,7 @@
 #include "captured_output.h"
 #include "child_process.h"
 #include "loopback_device.h"
+#include "player.h"
 #include "recorder.h"
 #include "temp_dir.h"
 #include "test_loop.h"
@@ -131,7 +132,51 @@ TEST_F(LogToolTest, keepsTheModeBeforeWhenTheFileCannotBeOpened)
 
     EXPECT_THROW(m_tool.record(), std::system_error);
     EXPECT_EQ(before, m_tool.m_mode.get());
+    EXPECT_THROW(m_tool.play(), std::system_error);
+    EXPECT_EQ(before, m_tool.m_mode.get());
+    EXPECT_FALSE(m_tool.m_stop);
     m_tool.m_mode.reset();
+}
+
+TEST_F(LogToolTest, playsItsFileThroughItsConnectionAndStops)
+{
+    Bytes later = sampleFrames<GenericData>();
+    later[8] = static_cast<unsigned char>(later[8] + 20); // ms
+    Bytes log = sampleFrames<GenericData>();
+    log.insert(log.end(), later.begin(), later.end());
+    writeBytes(m_dir.file("log"), log);
+
+    m_tool.play();
+    EXPECT_NE(nullptr, dynamic_cast<Player*>(m_tool.m_mode.get()));
+    EXPECT_FALSE(m_tool.m_stop);
+    EXPECT_EQ(toBytes(Sample<GenericData>::PACKET), m_device.receive());
+
+    EXPECT_EQ("End of file reached\n",
+              capturedOutput([this] { EXPECT_TRUE(runUntil([this] { return m_tool.m_stop; })); }));
+    EXPECT_EQ((Bytes{0x05, 0x01, 0x14, 0x00, 0x11, 0x12, 0x13, 0x28, 0x11, 0x12,
+                     0x13, 0x28, 0xF1, 0xF2, 0xF3, 0xF4, 0x35, 0x36, 0x37, 0x38}),
+              m_device.receive());
+    EXPECT_TRUE(m_tool.m_mode);
+    EXPECT_EQ(1, fdloop_run(testLoop())) << "the connection is not closed";
+}
+
+TEST_F(LogToolTest, stopsAtOnceWhenThereIsNothingToPlay)
+{
+    writeBytes(m_dir.file("log"), {});
+    EXPECT_EQ("End of file reached\n", capturedOutput([this] { m_tool.play(); }));
+    EXPECT_TRUE(m_tool.m_stop);
+    EXPECT_EQ(1, fdloop_run(testLoop())) << "the connection is not closed";
+    EXPECT_FALSE(m_device.hasDatagram());
+}
+
+TEST_F(LogToolTest, dropsTheHeldRecordWhenTheReplayEndsEarly)
+{
+    writeBytes(m_dir.file("log"), sampleFrames<ImuData, GenericData>()); // 74 hours apart
+    m_tool.play();
+    EXPECT_EQ(toBytes(Sample<ImuData>::PACKET), m_device.receive());
+    m_tool.m_mode.reset();
+    EXPECT_FALSE(m_tool.m_stop);
+    EXPECT_EQ(1, fdloop_run(testLoop())) << "the loop still waits for something";
 }
 
 TEST_F(LogToolTest, panicsWithoutAnAddress)
