@@ -5,7 +5,7 @@
 
 #include <netinet/in.h>
 
-/// The arguments as text, each cut to 79 characters.
+/// What the arguments say. Texts are cut to 79 characters.
 struct CommandLine
 {
     static constexpr size_t TEXT_SIZE = 80;
@@ -22,7 +22,7 @@ struct CommandLine
 /// Reads the arguments into `line`, and the device's port and address into `device`, in network
 /// byte order. Options may come in any order and repeat, the last one wins; anything unknown is the
 /// file name. Ends in printUsage when the address is not one or anything but "-r" is missing. A
-/// port is not checked for its range: its low 16 bits count.
+/// port of 0 counts as missing; else its range is not checked, its low 16 bits count.
 void parseCommandLine(int argc, char** argv, CommandLine& line, sockaddr_in& device);
 
 #endif

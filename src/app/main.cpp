@@ -11,7 +11,7 @@
 
 static std::unique_ptr<LogTool> s_logTool; // for the signal handler; lives until the process exits
 
-// Runs only while the loop waits, so it interrupts no allocation, no output and no list work.
+// Runs only where the loop lets it in, so it interrupts no allocation, no output, no list work.
 static void onInterrupt(int sig)
 {
     puts("\nCTRL-C Pressed");

@@ -2,8 +2,11 @@
 
 #include <utility>
 
+#include "fdloop.h"
 #include "log_controller.h"
 #include "subscribe_all.h"
+
+static constexpr unsigned SIGNALS_EVERY_N_RECORDS = 256;
 
 Player::Player(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCon> udpCon,
                std::shared_ptr<sockaddr_in> address, std::function<bool()> const& completion)
@@ -11,7 +14,8 @@ Player::Player(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCon> u
       m_controller(LogControllerFactory(udpCon, std::move(address)).create()),
       m_dataLogger(std::make_shared<DataLogger>()),
       m_delay(std::make_shared<LogDataDelay>(loop)),
-      m_completion(completion)
+      m_completion(completion),
+      m_loop(loop)
 {
     m_reader->openFile(std::move(fileName));
     m_controller->initialize();
@@ -40,10 +44,13 @@ void Player::readNext()
         return;
 
     m_reading = true;
-    while (m_wanted) {
+    for (unsigned count = 1; m_wanted; ++count) {
         m_wanted = false;
         if (!m_reader->readPacket())
             m_completion();
+        // Records that are all due keep this going for as long as the log is: CTRL-C must end it.
+        if (count % SIGNALS_EVERY_N_RECORDS == 0 && fdloop_let_signals_in(m_loop))
+            break;
     }
     m_reading = false;
 }

@@ -36,6 +36,7 @@ private:
     std::shared_ptr<DataLogger> m_dataLogger;
     std::shared_ptr<LogDataDelay> m_delay;
     std::function<bool()> m_completion;
+    _fdloop_t* m_loop;
     bool m_reading = false; // readNext is on the stack
     bool m_wanted = false;  // the next record has been asked for
 };

@@ -23,6 +23,8 @@ public:
     /// std::system_error when the file cannot be opened.
     Recorder(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCon> udpCon,
              std::shared_ptr<sockaddr_in> address);
+
+    /// Leaves its periodic callback in the connection, which must not receive any more.
     ~Recorder() override;
     Recorder(Recorder const&) = delete;
     Recorder& operator=(Recorder const&) = delete;

@@ -87,7 +87,7 @@ std::ostream& addSourceText(std::ostream& out, eGnssSource source)
     case eGnssSource::StoredOther:
         return out << "STORED GNSS";
     }
-    return out << "UNKONWN"; // spelled so on purpose: users search for it
+    return out << "UNKONWN"; // sic, on purpose
 }
 
 std::ostream& addConstellationText(std::ostream& out, unsigned int constellations)
@@ -97,7 +97,7 @@ std::ostream& addConstellationText(std::ostream& out, unsigned int constellation
         unsigned int bit;
         char const* name;
     };
-    // BeiDou comes before Galileo on purpose.
+    // Not in the order of the bits, on purpose.
     static constexpr System SYSTEMS[] = {{GNSS_CONSTELLATION_GPS, "GPS"},
                                          {GNSS_CONSTELLATION_GLONASS, "GLONASS"},
                                          {GNSS_CONSTELLATION_BEIDOU, "BEIDOU"},

@@ -4,7 +4,8 @@
 #include "packet_codec.h"
 #include "tt_panic.h"
 
-/// Recognises the datagrams of one record type and decodes them.
+/// Recognises the datagrams of one record type and decodes them. Its panics speak in the name of
+/// playback_controller, the unit whose users know it.
 template <class T>
 class IUdpPacketAnalyzer
 {

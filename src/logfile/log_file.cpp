@@ -6,9 +6,10 @@
 LogFile::LogFile(std::string name, direction_e direction)
     : m_stream(fopen64(name.c_str(), direction == Write ? "w+" : "r+"))
 {
-    if (!m_stream)
-        throw std::system_error(errno, std::generic_category(),
-                                "LogFile: failed to open file " + name);
+    if (m_stream)
+        return;
+    int const error = errno; // before the message is put together
+    throw std::system_error(error, std::generic_category(), "LogFile: failed to open file " + name);
 }
 
 LogFile::~LogFile()

@@ -237,14 +237,13 @@ void fdloop_signal_in_wait(_fdloop_t* loop, int signo)
     sigdelset(&loop->wait_mask, signo);
 }
 
-void fdloop_let_signals_in(_fdloop_t* loop)
+int fdloop_let_signals_in(_fdloop_t* loop)
 {
-    sigset_t held;
+    timespec const no_time = {};
 
     if (!loop->wait_masked)
-        return;
-    sigprocmask(SIG_SETMASK, &loop->wait_mask, &held);
-    sigprocmask(SIG_SETMASK, &held, nullptr);
+        return 0;
+    return pselect(0, nullptr, nullptr, nullptr, &no_time, &loop->wait_mask) == -1 ? 1 : 0;
 }
 
 /* pselect does not let a pending signal in while it finds ready descriptors, so a busy stream could

@@ -70,14 +70,16 @@ int fdloop_register_signal(_fdloop_t* loop, fdloop_signal_func func, int signo);
 /// Closes the signal descriptor and unblocks `signo`; returns sigprocmask's result.
 int fdloop_unregister_signal(_fdloop_t* loop, int fd, int signo);
 
-/// Blocks `signo` but for the wait of a pass. Its ordinary handler then never interrupts anything
-/// else, so it may call whatever a callback may call, and a flag that it sets is seen before the
-/// next wait. A stream that never lets a pass wait delays it by no more than 100 ms and a pass.
+/// Blocks `signo` but for the wait of a pass, the end of a pass and fdloop_let_signals_in. Its
+/// ordinary handler then interrupts no allocation, output or list work, so it may call whatever a
+/// callback may call, and a flag that it sets is seen before the next wait. Passes that never have
+/// to wait delay it by no more than 100 ms and a pass.
 void fdloop_signal_in_wait(_fdloop_t* loop, int signo);
 
 /// Lets the signals of fdloop_signal_in_wait in here as well: for a callback that may go on for
-/// long, at a point where the handler may do as it likes.
-void fdloop_let_signals_in(_fdloop_t* loop);
+/// long, at a point where the handler may do as it likes. Returns 1 if a handler has run: the
+/// callback then returns soon, so that the program can act on it. Else 0.
+int fdloop_let_signals_in(_fdloop_t* loop);
 
 // Timers. Times are milliseconds on the clock of fdloop_time_ms, which wraps; intervals must stay
 // below 2^31 ms.

@@ -35,13 +35,14 @@ bool FdloopUdpCon::open()
         return false;
 
     fdloop_fd_register(mutableLoop(m_loop), m_socket.getFd(), dataReadyCallback, this);
+    // A failed bind closes the socket but leaves the loop's entry: the owner gives up on this
+    // connection.
     if (!m_bindGuard)
         return m_socket.bind();
 
     // The guard may outlive the connection.
     m_bindGuard->setCallback([this, lifetime = std::weak_ptr<void>(m_lifetime)] {
-        IUdpSocket& socket = m_socket;
-        return !lifetime.expired() && socket.bind();
+        return !lifetime.expired() && static_cast<IUdpSocket&>(m_socket).bind();
     });
     return true;
 }
@@ -53,7 +54,6 @@ bool FdloopUdpCon::close()
         return false;
     }
     fdloop_fd_unregister(mutableLoop(m_loop), m_socket.getFd());
-    m_closed = true;
     return true;
 }
 
@@ -99,16 +99,7 @@ int FdloopUdpCon::dataReadyCallback(int /*fd*/, void* data)
     return 0;
 }
 
-bool FdloopUdpCon::isClosedBySignal()
-{
-    std::weak_ptr<void> const lifetime = m_lifetime;
-
-    m_closed = false;
-    fdloop_let_signals_in(mutableLoop(m_loop));
-    return lifetime.expired() || m_closed;
-}
-
-bool FdloopUdpCon::isPeriodicDue()
+bool FdloopUdpCon::countForPeriod()
 {
     return m_periodicRxCallBack && m_period != 0 && ++s_rxCount >= m_period;
 }
@@ -119,7 +110,7 @@ void FdloopUdpCon::rxDataReady()
 
     for (unsigned count = 1; !lifetime.expired(); ++count) {
         // Datagrams that come faster than they are taken keep this drain going: CTRL-C must end it.
-        if (count % SIGNALS_EVERY_N_DATAGRAMS == 0 && isClosedBySignal())
+        if (count % SIGNALS_EVERY_N_DATAGRAMS == 0 && fdloop_let_signals_in(mutableLoop(m_loop)))
             return;
 
         IUdpSocket::message_t const msg = m_socket.receive();
@@ -134,7 +125,7 @@ void FdloopUdpCon::rxDataReady()
             rxCallBack(from, msg.data, len);
         if (lifetime.expired())
             return;
-        if (isPeriodicDue()) {
+        if (countForPeriod()) {
             RxCallBack const periodicRxCallBack = m_periodicRxCallBack;
             periodicRxCallBack(from, msg.data, len);
             s_rxCount = 0;

@@ -23,23 +23,19 @@ public:
     bool open() override;
     bool close() override;
     bool transmit(sockaddr_in const* to, unsigned char const* data, unsigned int len) override;
-    void setRxCallBack(std::function<void(sockaddr const*, unsigned char const*,
-                                          unsigned int)> const& cb) override;
+    void setRxCallBack(RxCallBack const& cb) override;
     void setBindGuard(std::shared_ptr<WaitPoint> guard) override;
-    void setPeriodicRxCallBack(
-        std::function<void(sockaddr const*, unsigned char const*, unsigned int)> const& cb,
-        unsigned int period) override;
+    void setPeriodicRxCallBack(RxCallBack const& cb, unsigned int period) override;
     void rxDataReady() override;
 
     /// The loop's read callback; `data` is the connection, null is ignored.
     static int dataReadyCallback(int fd, void* data);
 
 private:
-    using RxCallBack = std::function<void(sockaddr const*, unsigned char const*, unsigned int)>;
-
     bool isOpen() const { return m_socket.getFd() >= 1; }
-    bool isClosedBySignal();
-    bool isPeriodicDue();
+
+    /// Counts a datagram; true when the periodic callback is to run for it.
+    bool countForPeriod();
 
     // Shared by all connections, on purpose: the period counts what the process receives.
     static uint32_t s_rxCount;
@@ -51,7 +47,6 @@ private:
     RxCallBack m_periodicRxCallBack;
     uint32_t m_period = 0;
     std::shared_ptr<WaitPoint> m_bindGuard;
-    bool m_closed = false; // since the signals were last let in
     std::shared_ptr<void> m_lifetime = std::make_shared<char>(); // expires with this object
 };
 

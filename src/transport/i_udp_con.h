@@ -13,6 +13,10 @@
 class IUdpCon
 {
 public:
+    /// Gets the sender, the bytes and their number, valid for the call only. It may replace itself
+    /// and destroy the connection.
+    using RxCallBack = std::function<void(sockaddr const*, unsigned char const*, unsigned int)>;
+
     virtual ~IUdpCon() = default;
 
     /// Creates, watches and binds the socket. Not to be repeated while the socket exists.
@@ -24,21 +28,16 @@ public:
     /// Sends one datagram of at most 1600 bytes.
     virtual bool transmit(sockaddr_in const* to, unsigned char const* data, unsigned int len) = 0;
 
-    /// The callback gets the sender, the bytes and their number, valid for the call only. It may
-    /// replace itself and destroy the connection. An empty one discards what arrives.
-    virtual void setRxCallBack(
-        std::function<void(sockaddr const*, unsigned char const*, unsigned int)> const& cb) = 0;
+    /// An empty callback discards what arrives.
+    virtual void setRxCallBack(RxCallBack const& cb) = 0;
 
     /// From the next open() on, the socket is bound only when `guard` is reached. Null for none.
     virtual void setBindGuard(std::shared_ptr<WaitPoint> guard) = 0;
 
     /// A second callback, run after the first for every `period`-th datagram received.
-    virtual void setPeriodicRxCallBack(
-        std::function<void(sockaddr const*, unsigned char const*, unsigned int)> const& cb,
-        unsigned int period) = 0;
+    virtual void setPeriodicRxCallBack(RxCallBack const& cb, unsigned int period) = 0;
 
-    /// Delivers the datagrams queued in the socket, up to an empty one or until a signal's handler
-    /// closes the connection.
+    /// Delivers the datagrams queued in the socket, up to an empty one or a signal.
     virtual void rxDataReady() = 0;
 };
 

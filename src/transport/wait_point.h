@@ -11,7 +11,7 @@ public:
     virtual ~WaitPoint() = default;
 
     /// Replaces the callback; runs it at once if the gate has been reached already.
-    void setCallback(std::function<bool()> callback);
+    virtual void setCallback(std::function<bool()> callback);
 
     /// Starts whatever leads to call().
     virtual void start() = 0;

@@ -1061,12 +1061,13 @@ TEST_F(FdloopSignal, inWaitMayBeLetInByACallback)
     ScopedSignals::handle(SIGUSR1, handle);
     fdloop_signal_in_wait(loop, SIGUSR1);
 
-    fdloop_let_signals_in(loop);
+    EXPECT_EQ(0, fdloop_let_signals_in(loop));
     EXPECT_EQ(0, s_handled);
     raise(SIGUSR1);
     EXPECT_EQ(0, s_handled);
-    fdloop_let_signals_in(loop);
+    EXPECT_EQ(1, fdloop_let_signals_in(loop));
     EXPECT_EQ(1, s_handled);
+    EXPECT_EQ(0, fdloop_let_signals_in(loop));
     EXPECT_TRUE(ScopedSignals::isBlocked(SIGUSR1));
 }
 
