@@ -11,7 +11,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include "hello.h"
+#include "greeting.h"
 
 static constexpr int64_t HELLO_LIFETIME = 3 * NS_PER_S;
 

@@ -59,8 +59,10 @@ void Receiver::receivedRecord(size_t index, uint32_t stamp, int64_t time)
     int64_t const lateness = (time - m_firstTime - due) / NS_PER_US;
 
     using Limits = std::numeric_limits<int32_t>;
-    m_lateness[index].push_back(
-        static_cast<int32_t>(std::clamp(lateness, int64_t{Limits::min()}, int64_t{Limits::max()})));
+    auto const value =
+        static_cast<int32_t>(std::clamp(lateness, int64_t{Limits::min()}, int64_t{Limits::max()}));
+    m_lateness.push_back(value);
+    m_latenessOfType[index].push_back(value);
     m_order.add(stamp);
     m_orderOfType[index].add(stamp);
 }
@@ -92,16 +94,18 @@ ReceivedReport Receiver::report() const
     report.other = m_other;
     report.overflows = m_overflows;
 
-    std::vector<int32_t> all;
     for (size_t i = 0; i < RECORD_TYPE_COUNT; ++i) {
-        report.types[i].count = m_lateness[i].size();
+        report.types[i].count = m_latenessOfType[i].size();
         report.types[i].outOfOrder = m_orderOfType[i].outOfOrder;
-        report.types[i].lateness = summarise(m_lateness[i]);
-        all.insert(all.end(), m_lateness[i].begin(), m_lateness[i].end());
+        report.types[i].lateness = summarise(m_latenessOfType[i]);
     }
-    report.total.count = all.size();
+    report.total.count = m_lateness.size();
     report.total.outOfOrder = m_order.outOfOrder;
-    report.total.lateness = summarise(std::move(all));
+    report.total.lateness = summarise(m_lateness);
+
+    auto const tenth = static_cast<ptrdiff_t>((m_lateness.size() + 9) / 10);
+    report.firstTenth = summarise({m_lateness.begin(), m_lateness.begin() + tenth});
+    report.lastTenth = summarise({m_lateness.end() - tenth, m_lateness.end()});
 
     if (m_expected) {
         Comparison const comparison = compare(*m_expected, m_received);

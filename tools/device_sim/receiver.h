@@ -31,6 +31,8 @@ struct ReceivedReport
 {
     PerType<Received> types;
     Received total;
+    std::optional<Lateness> firstTenth; // of all records in the order of arrival
+    std::optional<Lateness> lastTenth;
     uint64_t hellos = 0;
     uint64_t other = 0;     // neither a greeting nor exactly a record's datagram
     uint64_t overflows = 0; // came in and were lost here
@@ -79,7 +81,8 @@ private:
     bool m_hasFirst = false;
     uint32_t m_firstStamp = 0;
     int64_t m_firstTime = 0;
-    PerType<std::vector<int32_t>> m_lateness; // us
+    std::vector<int32_t> m_lateness;                // us, in the order of arrival
+    PerType<std::vector<int32_t>> m_latenessOfType; // us
     StampOrder m_order;
     PerType<StampOrder> m_orderOfType;
 };

@@ -103,6 +103,14 @@ static Json jsonOf(std::optional<uint64_t> const& value)
     return value ? Json(*value) : Json(nullptr);
 }
 
+static Json jsonOf(std::optional<Lateness> const& late)
+{
+    if (!late)
+        return nullptr;
+    return {
+        {"min", late->min}, {"p50", late->median}, {"p99", late->percentile99}, {"max", late->max}};
+}
+
 static Json jsonOf(Received const& received)
 {
     Json json;
@@ -110,12 +118,7 @@ static Json jsonOf(Received const& received)
     json["missing"] = jsonOf(received.missing);
     json["unexpected"] = jsonOf(received.unexpected);
     json["outOfOrder"] = received.outOfOrder;
-    json["latenessMs"] = nullptr;
-    if (auto const& late = received.lateness)
-        json["latenessMs"] = {{"min", late->min},
-                              {"p50", late->median},
-                              {"p99", late->percentile99},
-                              {"max", late->max}};
+    json["latenessMs"] = jsonOf(received.lateness);
     return json;
 }
 
@@ -131,6 +134,8 @@ std::string toJson(SentCounts const& sent, ReceivedReport const& received)
     for (size_t i = 0; i < RECORD_TYPE_COUNT; ++i)
         in[RECORD_NAMES[i]] = jsonOf(received.types[i]);
     in["total"] = jsonOf(received.total);
+    in["firstTenthLatenessMs"] = jsonOf(received.firstTenth);
+    in["lastTenthLatenessMs"] = jsonOf(received.lastTenth);
     for (auto const& [name, count] : othersOf(received))
         in[name] = count;
     return json.dump();
