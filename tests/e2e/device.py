@@ -1,5 +1,6 @@
 """A navigation device in the hands of a test."""
 
+import contextlib
 import socket
 
 from program import TIMEOUT_S
@@ -24,6 +25,14 @@ class Device:
     def receive(self):
         """The next datagram received."""
         return self._socket.recv(65536)
+
+    def receive_all(self, expected):
+        """So many datagrams, unless they fail to come, and all that wait behind them."""
+        datagrams = []
+        with contextlib.suppress(TimeoutError):
+            while len(datagrams) < expected:
+                datagrams.append(self.receive())
+        return datagrams + [data for data, _ in self.received()]
 
     def received(self):
         """The datagrams that wait to be received, and their senders."""
