@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <system_error>
 
+// cppcheck-suppress passedByValue ; callers hand the name over
 LogFile::LogFile(std::string name, direction_e direction)
     : m_stream(fopen64(name.c_str(), direction == Write ? "w+" : "r+"))
 {
