@@ -175,6 +175,17 @@ def parse_frames(log):
     return records
 
 
+def parse_dump(dump):
+    """The datagrams of a dump: each with its size in front, two bytes, little-endian."""
+    datagrams = []
+    at = 0
+    while at < len(dump):
+        size = int.from_bytes(dump[at : at + 2], "little")
+        datagrams.append(dump[at + 2 : at + 2 + size])
+        at += 2 + size
+    return datagrams
+
+
 def recording(datagrams):
     """The log that a recorder makes of datagrams."""
     records = (parse_datagram(data) for data in datagrams)

@@ -21,16 +21,6 @@ def stamps(datagrams):
     return [int.from_bytes(data[4:8], "big") for data in datagrams if data and data[0] in TYPES]
 
 
-def parse_dump(dump):
-    datagrams = []
-    at = 0
-    while at < len(dump):
-        size = int.from_bytes(dump[at : at + 2], "little")
-        datagrams.append(dump[at + 2 : at + 2 + size])
-        at += 2 + size
-    return datagrams
-
-
 # Name, options, and what tells that the datagrams are of that kind.
 STREAMS = [
     ("plain", (), lambda sent: stamps(sent) == sorted(stamps(sent))),
@@ -68,7 +58,7 @@ class StreamTest(RecordingTest):
         for (simulation, recording), (name, _, is_of_its_kind) in zip(runs, STREAMS):
             with self.subTest(name):
                 self.assertEqual(0, simulation.wait(), simulation.errors)
-                datagrams = parse_dump(self.read_file(f"{name}.dump"))
+                datagrams = codec.parse_dump(self.read_file(f"{name}.dump"))
                 self.assertTrue(is_of_its_kind(datagrams))
                 recording.take_over(datagrams)
                 self.check_complete(recording)
@@ -86,7 +76,7 @@ class StreamTest(RecordingTest):
                 panic = f"Panic: *** ASSERT in playback_controller at {line}"
                 recording.check_end(-signal.SIGABRT, [panic])
                 self.assertEqual(0, simulation.wait(), simulation.errors)
-                before = parse_dump(self.read_file("short.dump"))[:299]
+                before = codec.parse_dump(self.read_file("short.dump"))[:299]
                 log = self.read_file("short")
                 self.assertNotEqual(b"", log)
                 self.assertEqual(codec.recording(before)[: len(log)], log)
@@ -103,7 +93,7 @@ class RateTest(RecordingTest):
             *("--duration", "1", "--dump", "dump"),
         )
         self.assertEqual(0, simulation.wait(), simulation.errors)
-        datagrams = parse_dump(self.read_file("dump"))
+        datagrams = codec.parse_dump(self.read_file("dump"))
         self.assertEqual(self.RATE, len(datagrams))
         recording.take_over(datagrams)
         recording.synchronise()

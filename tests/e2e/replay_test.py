@@ -7,7 +7,6 @@ import unittest
 
 import codec
 from codec import TYPES, AttitudeData, GenericData, GnssData, ImuData, datagram, frame
-from device_sim_test import parse_dump
 from program import TIMEOUT_S
 from record_test import SPECIAL_FLOATS, distinct_words
 from recording import INTERRUPTED
@@ -168,7 +167,7 @@ class CircleTest(ReplayTest):
     def test_of_the_device_at_its_pace(self):
         simulation, recording = self.simulate(*RATES, "--count", "200", "--dump", "dump")
         self.assertEqual(0, simulation.wait(), simulation.errors)
-        recording.take_over(parse_dump(self.read_file("dump")))
+        recording.take_over(codec.parse_dump(self.read_file("dump")))
         self.check_complete(recording)
         records = codec.parse_frames(self.read_file("log"))
         self.assertEqual(200, len(records))
