@@ -42,12 +42,6 @@ static Bytes genericPacket(unsigned char ticks)
             0x21, 0x22, 0x23, 0x24,  0x25, 0x26, 0x27, 0x28}; // values
 }
 
-static Bytes operator+(Bytes bytes, Bytes const& more)
-{
-    bytes.insert(bytes.end(), more.begin(), more.end());
-    return bytes;
-}
-
 /// The bytes, `count` times.
 static Bytes operator*(size_t count, Bytes const& bytes)
 {

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <memory>
-#include <regex>
 #include <string>
 #include <system_error>
 
@@ -105,11 +104,6 @@ protected:
 }
 
 /// The text with every time of day in it replaced.
-static std::string withoutTimes(std::string const& text)
-{
-    return std::regex_replace(text, std::regex("[0-9]{2}:[0-9]{2}:[0-9]{2}"), "<time>");
-}
-
 // The loop runs due timers in the order of their times, however late it is.
 TEST_F(RecorderTest, greetsASilentDeviceAfterASecond)
 {

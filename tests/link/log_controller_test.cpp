@@ -1,7 +1,6 @@
 #include "log_controller.h"
 
 #include <memory>
-#include <regex>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -108,11 +107,6 @@ class SendingController : public LogControllerTest
 }
 
 /// The text with every time of day in it replaced.
-static std::string withoutTimes(std::string const& text)
-{
-    return std::regex_replace(text, std::regex("[0-9]{2}:[0-9]{2}:[0-9]{2}"), "<time>");
-}
-
 template <class Controller>
 static void sendAllSamples(Controller& controller)
 {

@@ -131,12 +131,6 @@ static Bytes frameWithFooter(Bytes const& footer)
     return frame;
 }
 
-static Bytes operator+(Bytes bytes, Bytes const& more)
-{
-    bytes.insert(bytes.end(), more.begin(), more.end());
-    return bytes;
-}
-
 TYPED_TEST_SUITE(LogDataReaderTest, AllRecords);
 
 TYPED_TEST(LogDataReaderTest, tellsOnlyTheObserversOfTheFramesType)

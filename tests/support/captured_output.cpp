@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <regex>
 
 #include <unistd.h>
 
@@ -25,4 +26,9 @@ std::string capturedOutput(std::function<void()> const& action)
         text += static_cast<char>(c);
     fclose(file);
     return text;
+}
+
+std::string withoutTimes(std::string const& text)
+{
+    return std::regex_replace(text, std::regex("[0-9]{2}:[0-9]{2}:[0-9]{2}"), "<time>");
 }

@@ -7,4 +7,7 @@
 /// Everything that `action` prints, on descriptor 1 and through the C stream alike, in order.
 std::string capturedOutput(std::function<void()> const& action);
 
+/// The text with the clock times of its log lines, 09:05:07, replaced by "<time>".
+std::string withoutTimes(std::string const& text);
+
 #endif

@@ -12,6 +12,12 @@
 using Bytes = std::vector<unsigned char>;
 using AllRecords = ::testing::Types<ImuData, GnssData, GnssPvt, AttitudeData, GenericData>;
 
+inline Bytes operator+(Bytes bytes, Bytes const& more)
+{
+    bytes.insert(bytes.end(), more.begin(), more.end());
+    return bytes;
+}
+
 /// A record of each type, no two bytes of a number alike, with the device's datagram and the log
 /// frame that carry it, written out from the formats.
 template <class Record>

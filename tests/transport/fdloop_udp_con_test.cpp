@@ -16,6 +16,7 @@
 #include "captured_output.h"
 #include "child_process.h"
 #include "fdloop_udp_con_factory.h"
+#include "logged_output.h"
 #include "loopback_peer.h"
 #include "scoped_loop.h"
 #include "signals.h"
@@ -25,19 +26,6 @@
 
 using Texts = std::vector<std::string>;
 using RxCallBack = std::function<void(sockaddr const*, unsigned char const*, unsigned int)>;
-
-static bool isDescriptor(int fd)
-{
-    return fcntl(fd, F_GETFD) != -1;
-}
-
-/// Runs `action` and gives back what it prints, with log lines at 09:05:07.
-template <class Action>
-static std::string loggedBy(Action const& action)
-{
-    FakeRealTime const clock(LOG_TIME);
-    return capturedOutput(action);
-}
 
 static RxCallBack appendTo(Texts& texts, std::string const& mark = "")
 {

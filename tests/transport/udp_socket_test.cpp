@@ -12,23 +12,11 @@
 
 #include "captured_output.h"
 #include "child_process.h"
+#include "logged_output.h"
 #include "loopback_peer.h"
 #include "socket_doubles.h"
 #include "system_doubles.h"
 #include "udp_socket_factory.h"
-
-static bool isDescriptor(int fd)
-{
-    return fcntl(fd, F_GETFD) != -1;
-}
-
-/// Runs `action` and gives back what it prints, with log lines at 09:05:07.
-template <class Action>
-static std::string loggedBy(Action const& action)
-{
-    FakeRealTime const clock(LOG_TIME);
-    return capturedOutput(action);
-}
 
 TEST(UdpSocket, isClosedAtFirst)
 {
