@@ -38,7 +38,7 @@ int main(int argc, char** argv)
     CommandLine line;
     parseCommandLine(argc, argv, line, *device);
 
-    // Held back until the loop waits for the first time: the handler needs s_logTool.
+    // Held back from here on until the loop lets it in: the handler needs s_logTool.
     blockSignal(SIGINT);
     signal(SIGINT, onInterrupt);
     static _fdloop_t* const loop = fdloop_init(); // lives as long as the process
