@@ -34,6 +34,7 @@ bool BinaryLogReader::readAndCheckFooter()
 
 bool BinaryLogReader::read(void* data, size_t size)
 {
+    // One thread: the stream's lock would only cost.
     size_t const got = fread_unlocked(data, 1, size, m_file->stream());
     if (got == size)
         return true;

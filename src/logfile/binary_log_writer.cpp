@@ -27,6 +27,7 @@ bool BinaryLogWriter::writeFooter()
 
 bool BinaryLogWriter::write(void const* data, size_t size)
 {
+    // One thread: the stream's lock would only cost.
     size_t const written = fwrite_unlocked(data, 1, size, m_file->stream());
     if (written == size)
         return true;
