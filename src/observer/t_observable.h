@@ -20,7 +20,9 @@ public:
 
     void unsubscribe(std::shared_ptr<TIObserver<T>> const& observer) override
     {
-        remove([observer](std::weak_ptr<TIObserver<T>> entry) { return entry.lock() == observer; });
+        auto const unwanted = observer; // the caller's own may go with an entry
+        // A predicate of one reference: short of memory, the program must still come to its end.
+        remove([&](std::weak_ptr<TIObserver<T>> entry) { return entry.lock() == unwanted; });
     }
 
     /// Hands the record to every living observer, in the order of subscription. The observers may
@@ -48,7 +50,7 @@ private:
     void remove(std::function<bool(std::weak_ptr<TIObserver<T>>)>&& isUnwanted)
     {
         m_observers.erase(
-            std::remove_if(m_observers.begin(), m_observers.end(), std::move(isUnwanted)),
+            std::remove_if(m_observers.begin(), m_observers.end(), std::ref(isUnwanted)),
             m_observers.end());
     }
 

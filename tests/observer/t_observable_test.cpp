@@ -356,6 +356,19 @@ TEST_F(TObservableTest, removesDeadEntriesBeforeAnObserverThrows)
     expectNoEntryLeft();
 }
 
+TEST_F(TObservableTest, unsubscribesWithoutMemory)
+{
+    Observer const a = named("A");
+    Observer const b = named("B");
+    subscribe({a, b, a});
+    {
+        ExhaustedMemory const exhausted;
+        m_observable.unsubscribe(a);
+        m_observable.unsubscribe(nullptr);
+    }
+    EXPECT_EQ("B", callsOfOneRecord());
+}
+
 TEST_F(TObservableTest, staysAsItWasWhenMemoryEndsWhileSubscribing)
 {
     Observer const a = named("a");
