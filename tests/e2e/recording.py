@@ -1,6 +1,7 @@
 """log_tool in record mode, and what a test can expect of it."""
 
 import os
+import time
 
 import codec
 from device import Device
@@ -16,18 +17,20 @@ DATAGRAM_OVERHEAD = 1024
 TIMER_HELLO = "timeout: send hello"
 PACKET_HELLO = "send hello"
 INTERRUPTED = ["", "CTRL-C Pressed"]
+NOTHING = r"(?!)"  # a pattern that matches no line
 
 
 class Recording:
-    """A running log_tool that records into `log`, and the test's device."""
+    """A running log_tool that records into `log`, and the test's device. The wrapper is a command
+    that becomes the program."""
 
-    def __init__(self, test, log="log", device_port=None):
+    def __init__(self, test, log="log", device_port=None, wrapper=()):
         self._test = test
         self.log = log
         self.device = Device()
         test.addCleanup(self.device.close)
         port = self.device.port if device_port is None else device_port
-        self.program = test.start(LOG_TOOL, "-a", "127.0.0.1", "-p", str(port), log)
+        self.program = test.start(*wrapper, LOG_TOOL, "-a", "127.0.0.1", "-p", str(port), log)
         self.foreign = []  # datagrams sent to the program by others than the device
 
     @property
@@ -37,21 +40,32 @@ class Recording:
     def take_over(self, datagrams):
         """Makes the test's device go on where another one, which has sent these, has ended."""
         self.foreign = datagrams
+        self.meet()
+
+    def meet(self):
+        """Makes the test's device know the program without a hello."""
         self.device.peer = ("127.0.0.1", self._udp_socket()[0])
 
     def lost(self):
         """How many datagrams the kernel has dropped because the program's queue was full."""
         return self._udp_socket()[1]
 
+    def wait_until_taken(self):
+        """Returns when no datagram waits any more: the program handles its last one before it lets
+        CTRL-C in."""
+        while self._udp_socket()[2] > 0:
+            time.sleep(0.001)
+
     def _udp_socket(self):
-        """The local port and the drops of the program's only UDP socket."""
+        """The local port, the drops and the bytes waiting of the program's only UDP socket."""
         links = f"/proc/{self.program.pid}/fd"
         inodes = {os.readlink(f"{links}/{fd}") for fd in os.listdir(links)}
         with open(f"/proc/{self.program.pid}/net/udp", encoding="ascii") as table:
             for line in table.readlines()[1:]:
                 fields = line.split()
                 if f"socket:[{fields[9]}]" in inodes:
-                    return int(fields[1].split(":")[1], 16), int(fields[12])
+                    port, waiting = (fields[i].split(":")[1] for i in (1, 4))
+                    return int(port, 16), int(fields[12]), int(waiting, 16)
         raise LookupError("no UDP socket")
 
     def next_hello(self):
@@ -86,20 +100,28 @@ class Recording:
     def packet_hellos(self):
         return self.program.lines.count(PACKET_HELLO)
 
+    def reports(self):
+        """The lines printed so far that announce no hello."""
+        return [line for line in self.program.lines if line not in (TIMER_HELLO, PACKET_HELLO)]
+
     def interrupt(self):
         """Ends the recording as a user does and returns the log."""
         self.program.interrupt()
         self.check_end(0, INTERRUPTED)
         return self._test.read_file(self.log)
 
-    def check_end(self, status, last_lines):
-        """Waits for the end and checks everything printed."""
+    def check_end(self, status, last_lines, reported=NOTHING):
+        """Waits for the end and checks everything printed: hellos, lines of the pattern, which are
+        returned, and at the end the last lines."""
         self._test.assertEqual(status, self.program.wait(), self.program.errors)
-        hellos = len(self.program.lines) - len(last_lines)
-        self._test.assertEqual(last_lines, self.program.lines[hellos:])
-        self._test.assertLessEqual(set(self.program.lines[:hellos]), {TIMER_HELLO, PACKET_HELLO})
+        at = len(self.program.lines) - len(last_lines)
+        self._test.assertEqual(last_lines, self.program.lines[at:])
+        reports = self.reports()[: -len(last_lines) or None]
+        for line in reports:
+            self._test.assertRegex(line, f"^{reported}$")
         self._test.assertEqual("", self.program.unfinished_line)
         self._test.assertEqual("", self.program.errors)
+        return reports
 
 
 class RecordingTest(ProgramTest):

@@ -20,10 +20,10 @@ class ReplayTest(RecordingTest):
         self.device = Device()
         self.addCleanup(self.device.close)
 
-    def replay(self, log, name="log"):
+    def replay(self, log, *wrapper, name="log"):
         """A log_tool that replays a log of this content to the device."""
         self.write_file(name, log)
-        return self.start(*replay_command(self.device, name))
+        return self.start(*wrapper, *replay_command(self.device, name))
 
     def replay_pipe(self, name, *wrapper):
         """A log_tool and the pipe that it replays. Its end is END_OF_PIPE: the program, which opens

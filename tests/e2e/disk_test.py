@@ -1,0 +1,137 @@
+"""What becomes of a log when the disk fails: full, too small, gone."""
+
+import os
+import resource
+import signal
+import subprocess
+import tty
+import unittest
+
+import codec
+from codec import AttitudeData, datagram
+from faults import in_namespaces, shell
+from recording import INTERRUPTED, Recording, RecordingTest
+
+FRAME = AttitudeData.size + len(codec.FOOTER)
+BUFFER = 4096  # what the C library writes at once
+
+WRITE_FAILED = r"File write failed res \d+, errno {}"
+NO_SPACE = WRITE_FAILED.format(28)
+TOO_LARGE = WRITE_FAILED.format(27)
+
+
+def datagrams(first, count):
+    return [datagram(AttitudeData(ticks, ticks)) for ticks in range(first, first + count)]
+
+
+class FullDiskTest(RecordingTest):
+    def send_until_reported(self, recording):
+        """Sends until a record's loss is reported."""
+        while not recording.reports():
+            recording.send(*datagrams(len(recording.sent), 50))
+            recording.synchronise()
+
+    def check_gap(self, sent, flushed, resumed, reports, log):
+        """What was in the log when the disk was full is there, and what came when it was not; each
+        loss between the two is reported."""
+        expected = codec.recording(sent)
+        intact = len(os.path.commonprefix((expected, log)))
+        self.assertGreaterEqual(intact, flushed // FRAME * FRAME)
+        self.assertTrue(expected.endswith(log[intact:]), "not the frames sent last")
+        self.assertGreaterEqual(len(log) - intact, len(codec.recording(resumed)))
+        lost = len(expected) - len(log)
+        self.assertGreater(lost, 0)
+        self.assertLessEqual(lost, len(reports) * (BUFFER + FRAME))
+
+    def check_room_again(self, recording, log, reported, make_room):
+        """Fills the disk, goes on without room, makes room and goes on."""
+        self.send_until_reported(recording)
+        flushed = os.fstat(log.fileno()).st_size
+        recording.send(*datagrams(len(recording.sent), 4 * BUFFER // FRAME))
+        recording.synchronise()
+        self.assertGreaterEqual(len(recording.reports()), 4)
+        make_room()
+        resumed = datagrams(len(recording.sent), 3 * BUFFER // FRAME)
+        recording.send(*resumed)
+        recording.synchronise()
+        recording.program.interrupt()
+        reports = recording.check_end(0, INTERRUPTED, reported)
+        self.check_gap(recording.sent, flushed, resumed, reports, log.read())
+
+    def test_a_device_without_any_room(self):
+        recording = self.record(log="/dev/full")
+        recording.send(*datagrams(0, 1000))
+        recording.synchronise()
+        self.assertGreaterEqual(len(recording.reports()), 1000 * FRAME // (BUFFER + FRAME))
+        recording.program.interrupt()
+        recording.check_end(0, [*INTERRUPTED, "File close failed errno 28"], NO_SPACE)
+
+    def test_an_end_that_finds_no_room(self):
+        recording = self.record(log="/dev/full")
+        recording.send(*datagrams(0, 3))
+        recording.synchronise()
+        recording.program.interrupt()
+        recording.check_end(0, [*INTERRUPTED, "File close failed errno 28"])
+
+    def test_a_file_system_that_gets_room_again(self):
+        namespaces = in_namespaces("mount")
+        trial = subprocess.run(
+            [*namespaces, "mount", "-t", "tmpfs", "tmpfs", self.folder],
+            capture_output=True, check=False,
+        )
+        if trial.returncode != 0:
+            self.skipTest(f"no file system to be had: {trial.stderr.decode().strip()}")
+        mount = shell(
+            'mount -t tmpfs -o size=32k tmpfs "$PWD" && cd "$PWD"'
+            " && head -c 16384 /dev/zero >filler"
+        )
+        recording = self.record(wrapper=(*namespaces, *mount))
+        disk = f"/proc/{recording.program.pid}/cwd"
+        with open(f"{disk}/log", "rb") as log:
+            self.check_room_again(recording, log, NO_SPACE, lambda: os.unlink(f"{disk}/filler"))
+
+    def limited(self, size, wrapper=()):
+        return self.record(wrapper=(*wrapper, "prlimit", f"--fsize={size}:unlimited"))
+
+    def test_a_limit_of_the_file_size_that_is_raised(self):
+        recording = self.limited(10000, shell("trap '' XFSZ"))
+        unlimited = (resource.RLIM_INFINITY, resource.RLIM_INFINITY)
+        with open(self.path("log"), "rb") as log:
+            self.check_room_again(
+                recording, log, TOO_LARGE,
+                lambda: resource.prlimit(
+                    recording.program.pid, resource.RLIMIT_FSIZE, unlimited
+                ),
+            )
+
+    def test_a_limit_of_the_file_size_ends_the_program(self):
+        recording = self.limited(10000)
+        recording.send(*datagrams(0, 220))
+        recording.synchronise()
+        recording.device.send(*datagrams(220, 125))
+        recording.check_end(-signal.SIGXFSZ, [])
+        self.assertEqual(codec.recording(recording.sent)[:10000], self.read_file("log"))
+
+
+class ShortWriteTest(RecordingTest):
+    def test_loses_nothing(self):
+        # A terminal that nobody reads is full soon; a stop then makes the write return early.
+        terminal, name = os.openpty()
+        self.addCleanup(os.close, terminal)
+        tty.setraw(name)
+        recording = self.record(log=os.ttyname(name))
+        os.close(name)
+        recording.send(*datagrams(0, 400))
+        recording.synchronise()
+        recording.device.send(*datagrams(400, 125))
+        content = b""
+        for _ in range(50):
+            recording.program.pause()
+            recording.program.resume()
+            content += os.read(terminal, 333)
+        recording.program.interrupt()
+        expected = codec.recording(recording.sent)
+        while len(content) < len(expected):
+            content += os.read(terminal, BUFFER)
+        self.assert_log(expected, content)
+        recording.check_end(0, INTERRUPTED)
