@@ -2,6 +2,7 @@
 
 import os
 import resource
+import shutil
 import signal
 import subprocess
 import tty
@@ -10,7 +11,9 @@ import unittest
 import codec
 from codec import AttitudeData, datagram
 from faults import in_namespaces, shell
-from recording import INTERRUPTED, Recording, RecordingTest
+from program import LOG_TOOL
+from recording import INTERRUPTED, RecordingTest
+from replaying import ReplayTest, replay_command
 
 FRAME = AttitudeData.size + len(codec.FOOTER)
 BUFFER = 4096  # what the C library writes at once
@@ -135,3 +138,92 @@ class ShortWriteTest(RecordingTest):
             content += os.read(terminal, BUFFER)
         self.assert_log(expected, content)
         recording.check_end(0, INTERRUPTED)
+
+
+class TakenLogTest(RecordingTest):
+    """A log that others take away while it is written."""
+
+    def check_goes_on(self, take, path="log"):
+        recording = self.record(log=path)
+        with open(self.path(path), "rb") as log:
+            recording.send(*datagrams(0, 300))
+            recording.synchronise()
+            take()
+            recording.send(*datagrams(300, 300))
+            recording.synchronise()
+            expected = codec.recording(recording.sent)
+            so_far = self.content_by_process(recording, log)
+            self.assertEqual(expected[: len(so_far)], so_far)
+            self.assertGreater(len(so_far), len(expected) - BUFFER)
+            recording.program.interrupt()
+            recording.check_end(0, INTERRUPTED)
+            self.assert_log(expected, log.read())
+
+    @staticmethod
+    def content_by_process(recording, log):
+        """How a user gets at a log that has no name any more."""
+        links = f"/proc/{recording.program.pid}/fd"
+        for link in os.listdir(links):
+            if os.path.samestat(os.stat(f"{links}/{link}"), os.fstat(log.fileno())):
+                with open(f"{links}/{link}", "rb") as file:
+                    return file.read()
+        raise LookupError("the program has no log")
+
+    def test_removed(self):
+        self.check_goes_on(lambda: os.unlink(self.path("log")))
+        self.assertEqual([], os.listdir(self.folder))
+
+    def test_removed_with_its_folder(self):
+        os.mkdir(self.path("folder"))
+        self.check_goes_on(lambda: shutil.rmtree(self.path("folder")), "folder/log")
+        self.assertEqual([], os.listdir(self.folder))
+
+    def test_renamed_and_replaced(self):
+        def replace():
+            os.rename(self.path("log"), self.path("other"))
+            self.write_file("log", b"not a log")
+
+        self.check_goes_on(replace)
+        self.assertEqual(b"not a log", self.read_file("log"))
+
+    def test_made_unreadable(self):
+        self.check_goes_on(lambda: os.chmod(self.path("log"), 0))
+
+
+class RefusedLogTest(ReplayTest):
+    # Root may do everything, unless it has given these up.
+    AS_OTHERS = (
+        ("setpriv", "--bounding-set", "-dac_override,-dac_read_search") if os.geteuid() == 0 else ()
+    )
+
+    def check_refused(self, *command):
+        """The program ends, and the log is what it was."""
+        content = codec.numbered_log(1, 5)
+        self.write_file("log", content)
+        os.chmod(self.path("log"), 0o400)
+        program = self.start(*self.AS_OTHERS, *command)
+        self.assertEqual(-signal.SIGABRT, program.wait())
+        self.assertEqual([], program.lines)
+        self.assertIn(
+            "  what():  LogFile: failed to open file log: Permission denied\n", program.errors
+        )
+        self.assertEqual(content, self.read_file("log"))
+
+    def test_recording_without_permission(self):
+        self.check_refused(LOG_TOOL, "-a", "127.0.0.1", "-p", "9", "log")
+
+    def test_replay_without_permission_to_write(self):
+        self.check_refused(*replay_command(self.device, "log"))
+        self.assertEqual([], self.device.received())
+
+
+class ReadErrorTest(ReplayTest):
+    def test_ends_a_replay(self):
+        # A process's memory: no read of its first bytes succeeds.
+        program = self.start(*replay_command(self.device, "/proc/self/mem"))
+        self.assert_end(program, ["File read failed res 0, errno 5"])
+        self.assertEqual([], self.device.received())
+
+
+if __name__ == "__main__":
+    unittest.main()

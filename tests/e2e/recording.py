@@ -24,13 +24,13 @@ class Recording:
     """A running log_tool that records into `log`, and the test's device. The wrapper is a command
     that becomes the program."""
 
-    def __init__(self, test, log="log", device_port=None, wrapper=()):
+    def __init__(self, test, log="log", device_port=None, address="127.0.0.1", wrapper=()):
         self._test = test
         self.log = log
         self.device = Device()
         test.addCleanup(self.device.close)
         port = self.device.port if device_port is None else device_port
-        self.program = test.start(*wrapper, LOG_TOOL, "-a", "127.0.0.1", "-p", str(port), log)
+        self.program = test.start(*wrapper, LOG_TOOL, "-a", address, "-p", str(port), log)
         self.foreign = []  # datagrams sent to the program by others than the device
 
     @property

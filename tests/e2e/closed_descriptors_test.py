@@ -1,0 +1,65 @@
+"""Starts without standard input, output or error output."""
+
+import itertools
+import signal
+import unittest
+
+import codec
+from codec import AttitudeData, GenericData, datagram, frame
+from faults import closing
+from faults_test import TOO_SHORT_FOR_A_HEADER
+from recording import INTERRUPTED, Recording, RecordingTest
+from replaying import ReplayTest
+
+# Each alone and all together.
+CLOSED = [set_ for size in (1, 2, 3) for set_ in itertools.combinations((0, 1, 2), size)]
+
+RECORDS = [datagram(AttitudeData(ticks)) for ticks in range(120)]
+
+
+def name(closed):
+    return "closed" + "".join(map(str, closed))
+
+
+class ClosedDescriptorsTest(RecordingTest):
+    def check(self, end, status, last_line):
+        """Recordings, all at once as each waits for its first hello, have a log of records only."""
+        recordings = [
+            Recording(self, log=name(closed), wrapper=closing(closed)) for closed in CLOSED
+        ]
+        for closed, recording in zip(CLOSED, recordings):
+            with self.subTest(closed=closed):
+                self.assertEqual(codec.HELLO, recording.device.wait_hello())
+                recording.device.send(*RECORDS)
+                recording.wait_until_taken()
+                end(recording)
+                self.assertEqual(status, recording.program.wait(), recording.program.errors)
+                self.assert_log(codec.recording(RECORDS), self.read_file(recording.log))
+                if 1 not in closed:
+                    self.assertEqual(last_line, recording.program.lines[-1])
+
+    def test_leave_a_log_of_records_only(self):
+        self.check(lambda recording: recording.program.interrupt(), 0, INTERRUPTED[-1])
+
+    def test_leave_no_message_in_the_log_of_a_panic(self):
+        self.check(
+            lambda recording: recording.device.send(b"\x01"),
+            -signal.SIGABRT,
+            TOO_SHORT_FOR_A_HEADER,
+        )
+
+
+class ClosedDescriptorsReplayTest(ReplayTest):
+    def test_leave_datagrams_and_log_as_they_are(self):
+        records = [GenericData(1), GenericData(20)]  # one at once, one by the timer
+        log = b"".join(map(frame, records))
+        for closed in CLOSED:
+            with self.subTest(closed=closed):
+                program = self.replay(log, *closing(closed))
+                self.assertEqual(0, program.wait(), program.errors)
+                self.assert_received(list(map(datagram, records)))
+                self.assertEqual(log, self.read_file("log"))
+
+
+if __name__ == "__main__":
+    unittest.main()
