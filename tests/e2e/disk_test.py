@@ -4,13 +4,12 @@ import os
 import resource
 import shutil
 import signal
-import subprocess
 import tty
 import unittest
 
 import codec
 from codec import AttitudeData, datagram
-from faults import in_namespaces, shell
+from faults import in_namespace, shell
 from program import LOG_TOOL
 from recording import INTERRUPTED, RecordingTest
 from replaying import ReplayTest, replay_command
@@ -77,18 +76,10 @@ class FullDiskTest(RecordingTest):
         recording.check_end(0, [*INTERRUPTED, "File close failed errno 28"])
 
     def test_a_file_system_that_gets_room_again(self):
-        namespaces = in_namespaces("mount")
-        trial = subprocess.run(
-            [*namespaces, "mount", "-t", "tmpfs", "tmpfs", self.folder],
-            capture_output=True, check=False,
-        )
-        if trial.returncode != 0:
-            self.skipTest(f"no file system to be had: {trial.stderr.decode().strip()}")
-        mount = shell(
-            'mount -t tmpfs -o size=32k tmpfs "$PWD" && cd "$PWD"'
-            " && head -c 16384 /dev/zero >filler"
-        )
-        recording = self.record(wrapper=(*namespaces, *mount))
+        mount = "mount -t tmpfs -o size=32k tmpfs"
+        namespace = in_namespace(self, "mount", trial=(*mount.split(), self.folder))
+        fill = shell(f'{mount} "$PWD" && cd "$PWD" && head -c 16384 /dev/zero >filler')
+        recording = self.record(wrapper=(*namespace, *fill))
         disk = f"/proc/{recording.program.pid}/cwd"
         with open(f"{disk}/log", "rb") as log:
             self.check_room_again(recording, log, NO_SPACE, lambda: os.unlink(f"{disk}/filler"))
@@ -102,9 +93,7 @@ class FullDiskTest(RecordingTest):
         with open(self.path("log"), "rb") as log:
             self.check_room_again(
                 recording, log, TOO_LARGE,
-                lambda: resource.prlimit(
-                    recording.program.pid, resource.RLIMIT_FSIZE, unlimited
-                ),
+                lambda: resource.prlimit(recording.program.pid, resource.RLIMIT_FSIZE, unlimited),
             )
 
     def test_a_limit_of_the_file_size_ends_the_program(self):
