@@ -1,4 +1,4 @@
-"""Starts without standard input, output or error output."""
+"""Starts without standard input, output or error output, or with one that is full."""
 
 import itertools
 import signal
@@ -6,7 +6,7 @@ import unittest
 
 import codec
 from codec import AttitudeData, GenericData, datagram, frame
-from faults import closing
+from faults import closing, redirecting
 from faults_test import TOO_SHORT_FOR_A_HEADER
 from recording import INTERRUPTED, Recording, RecordingTest
 from replaying import ReplayTest
@@ -21,32 +21,47 @@ def name(closed):
     return "closed" + "".join(map(str, closed))
 
 
-class ClosedDescriptorsTest(RecordingTest):
+def interrupt(recording):
+    recording.program.interrupt()
+
+
+def panic(recording):
+    recording.device.send(b"\x01")
+
+
+class LogTest(RecordingTest):
+    def check_log(self, recording, end=interrupt, status=0):
+        """The log holds the records and nothing else."""
+        self.assertEqual(codec.HELLO, recording.device.wait_hello())
+        recording.device.send(*RECORDS)
+        recording.wait_until_taken()
+        end(recording)
+        self.assertEqual(status, recording.program.wait(), recording.program.errors)
+        self.assert_log(codec.recording(RECORDS), self.read_file(recording.log))
+
+
+class OutputTest(LogTest):
+    def test_that_is_full_takes_nothing_from_the_log(self):
+        self.check_log(Recording(self, wrapper=redirecting("/dev/full")))
+
+
+class ClosedDescriptorsTest(LogTest):
     def check(self, end, status, last_line):
-        """Recordings, all at once as each waits for its first hello, have a log of records only."""
+        """Recordings, all at once as each waits for its first hello."""
         recordings = [
             Recording(self, log=name(closed), wrapper=closing(closed)) for closed in CLOSED
         ]
         for closed, recording in zip(CLOSED, recordings):
             with self.subTest(closed=closed):
-                self.assertEqual(codec.HELLO, recording.device.wait_hello())
-                recording.device.send(*RECORDS)
-                recording.wait_until_taken()
-                end(recording)
-                self.assertEqual(status, recording.program.wait(), recording.program.errors)
-                self.assert_log(codec.recording(RECORDS), self.read_file(recording.log))
+                self.check_log(recording, end, status)
                 if 1 not in closed:
                     self.assertEqual(last_line, recording.program.lines[-1])
 
     def test_leave_a_log_of_records_only(self):
-        self.check(lambda recording: recording.program.interrupt(), 0, INTERRUPTED[-1])
+        self.check(interrupt, 0, INTERRUPTED[-1])
 
     def test_leave_no_message_in_the_log_of_a_panic(self):
-        self.check(
-            lambda recording: recording.device.send(b"\x01"),
-            -signal.SIGABRT,
-            TOO_SHORT_FOR_A_HEADER,
-        )
+        self.check(panic, -signal.SIGABRT, TOO_SHORT_FOR_A_HEADER)
 
 
 class ClosedDescriptorsReplayTest(ReplayTest):

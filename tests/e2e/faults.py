@@ -36,6 +36,10 @@ def closing(descriptors):
     return ("sh", "-c", 'exec "$@" ' + " ".join(f"{fd}>&-" for fd in descriptors), "sh")
 
 
+def redirecting(output):
+    return ("sh", "-c", 'exec "$@" >' + output, "sh")
+
+
 def in_namespace(test, name, trial=("true",)):
     """In a namespace of its own. Skips the test where none is to be had in which the trial, a
     command, succeeds: in a container, for example."""
