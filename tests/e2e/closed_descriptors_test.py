@@ -11,7 +11,7 @@ from faults_test import TOO_SHORT_FOR_A_HEADER
 from recording import INTERRUPTED, Recording, RecordingTest
 from replaying import ReplayTest
 
-# Each alone and all together.
+# Each alone, in pairs and all together.
 CLOSED = [set_ for size in (1, 2, 3) for set_ in itertools.combinations((0, 1, 2), size)]
 
 RECORDS = [datagram(AttitudeData(ticks)) for ticks in range(120)]
