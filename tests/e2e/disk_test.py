@@ -129,10 +129,25 @@ class ShortWriteTest(RecordingTest):
         recording.check_end(0, INTERRUPTED)
 
 
+def content_by_process(recording, log):
+    """How a user gets at a log that has no name any more."""
+    links = f"/proc/{recording.program.pid}/fd"
+    for link in os.listdir(links):
+        if os.path.samestat(os.stat(f"{links}/{link}"), os.fstat(log.fileno())):
+            with open(f"{links}/{link}", "rb") as file:
+                return file.read()
+    raise LookupError("the program has no log")
+
+
+def content_by_descriptor(_, log):
+    """How one gets at it who has opened it before."""
+    return os.pread(log.fileno(), os.fstat(log.fileno()).st_size, 0)
+
+
 class TakenLogTest(RecordingTest):
     """A log that others take away while it is written."""
 
-    def check_goes_on(self, take, path="log"):
+    def check_goes_on(self, take, path="log", content=content_by_process):
         recording = self.record(log=path)
         with open(self.path(path), "rb") as log:
             recording.send(*datagrams(0, 300))
@@ -141,22 +156,12 @@ class TakenLogTest(RecordingTest):
             recording.send(*datagrams(300, 300))
             recording.synchronise()
             expected = codec.recording(recording.sent)
-            so_far = self.content_by_process(recording, log)
+            so_far = content(recording, log)
             self.assertEqual(expected[: len(so_far)], so_far)
             self.assertGreater(len(so_far), len(expected) - BUFFER)
             recording.program.interrupt()
             recording.check_end(0, INTERRUPTED)
             self.assert_log(expected, log.read())
-
-    @staticmethod
-    def content_by_process(recording, log):
-        """How a user gets at a log that has no name any more."""
-        links = f"/proc/{recording.program.pid}/fd"
-        for link in os.listdir(links):
-            if os.path.samestat(os.stat(f"{links}/{link}"), os.fstat(log.fileno())):
-                with open(f"{links}/{link}", "rb") as file:
-                    return file.read()
-        raise LookupError("the program has no log")
 
     def test_removed(self):
         self.check_goes_on(lambda: os.unlink(self.path("log")))
@@ -176,7 +181,9 @@ class TakenLogTest(RecordingTest):
         self.assertEqual(b"not a log", self.read_file("log"))
 
     def test_made_unreadable(self):
-        self.check_goes_on(lambda: os.chmod(self.path("log"), 0))
+        self.check_goes_on(
+            lambda: os.chmod(self.path("log"), 0), content=content_by_descriptor
+        )
 
 
 class RefusedLogTest(ReplayTest):
