@@ -12,7 +12,9 @@
 #include "log_tool.h"
 #include "tt_panic.h"
 
-static std::unique_ptr<LogTool> s_logTool; // for the signal handler; lives until the process exits
+static constexpr int END_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
+
+static std::unique_ptr<LogTool> s_logTool; // for the signal handlers; lives until the process exits
 static std::terminate_handler s_terminate; // the C++ library's own
 
 // The log and the socket take the lowest free descriptors. In the place of a closed standard one
@@ -32,21 +34,42 @@ static void onTerminate()
     s_terminate();
 }
 
-// Runs only where the loop lets it in, so it interrupts no allocation, no output, no list work.
-static void onInterrupt(int sig)
+static void endRun()
 {
-    puts("\nCTRL-C Pressed");
-    signal(sig, SIG_IGN);
     s_logTool->m_stop = true;
     s_logTool->m_udpCon->close();
 }
 
-static void blockSignal(int sig)
+// The handlers run only where the loop lets them in, so they interrupt no allocation, no output, no
+// list work.
+static void onInterrupt(int sig)
+{
+    puts("\nCTRL-C Pressed");
+    signal(sig, SIG_IGN);
+    endRun();
+}
+
+// The machine goes down, or the terminal is gone: the log is to be whole then as well.
+static void onEnd(int sig)
+{
+    signal(sig, SIG_IGN);
+    endRun();
+}
+
+// Held back from here on until the loop lets them in: the handlers need s_logTool.
+static void installSignalHandlers()
 {
     sigset_t set;
     sigemptyset(&set);
-    sigaddset(&set, sig);
+    for (int const sig : END_SIGNALS)
+        sigaddset(&set, sig);
     sigprocmask(SIG_BLOCK, &set, nullptr);
+
+    signal(SIGINT, onInterrupt);
+    signal(SIGTERM, onEnd);
+    if (signal(SIGHUP, onEnd) == SIG_IGN)
+        signal(SIGHUP, SIG_IGN); // nohup
+    signal(SIGPIPE, SIG_IGN);    // a recording goes on when nobody reads its output any more
 }
 
 int main(int argc, char** argv)
@@ -61,13 +84,12 @@ int main(int argc, char** argv)
     CommandLine line;
     parseCommandLine(argc, argv, line, *device);
 
-    // Held back from here on until the loop lets it in: the handler needs s_logTool.
-    blockSignal(SIGINT);
-    signal(SIGINT, onInterrupt);
+    installSignalHandlers();
     static _fdloop_t* const loop = fdloop_init(); // lives as long as the process
     if (!loop)
         tt_assert_failed("main", 86);
-    fdloop_signal_in_wait(loop, SIGINT);
+    for (int const sig : END_SIGNALS)
+        fdloop_signal_in_wait(loop, sig);
 
     s_logTool = std::make_unique<LogTool>(loop, line.fileName, device);
     if (line.replay)

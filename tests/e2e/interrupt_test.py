@@ -2,6 +2,7 @@
 
 import fcntl
 import os
+import signal
 import time
 import unittest
 
@@ -18,6 +19,32 @@ class InterruptTest(RecordingTest):
         recording = self.record()
         recording.send(*(datagram(AttitudeData(ticks)) for ticks in range(10)))
         self.check_complete(recording)
+
+    def test_other_signals_that_ask_for_an_end_leave_the_whole_log_too(self):
+        for number in (signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(number):
+                recording = self.record(log=f"log{number}")
+                recording.send(*(datagram(AttitudeData(ticks)) for ticks in range(10)))
+                recording.synchronise()
+                recording.program.signal(number)
+                recording.check_end(0, [])
+                self.assert_log(codec.recording(recording.sent), self.read_file(recording.log))
+
+    def test_a_recording_outlives_its_terminal_under_nohup(self):
+        recording = self.record(wrapper=("nohup",))
+        recording.program.signal(signal.SIGHUP)
+        recording.send(*(datagram(AttitudeData(ticks)) for ticks in range(60)))
+        recording.synchronise()
+        self.check_complete(recording)
+
+    def test_a_recording_outlives_the_reader_of_its_output(self):
+        recording = self.record()
+        recording.program.stop_reading()
+        recording.device.send(*(datagram(AttitudeData(ticks)) for ticks in range(200)))
+        recording.wait_until_taken()
+        recording.program.interrupt()
+        self.assertEqual(0, recording.program.wait())
+        self.assert_log(codec.recording(recording.sent), self.read_file(recording.log))
 
     def open_pipe_as_log(self):
         """Makes the log a small pipe, so that the test decides when the program can go on."""

@@ -59,6 +59,8 @@ class Program:
 
     def read_line(self):
         """The next line, as soon as it is whole; None at the end of the output."""
+        if self._process.stdout.closed:
+            return None
         deadline = time.monotonic() + TIMEOUT_S
         while b"\n" not in self._output:
             data = self._read(deadline)
@@ -68,6 +70,11 @@ class Program:
         line, _, self._output = self._output.partition(b"\n")
         self.lines.append(line.decode())
         return self.lines[-1]
+
+    def stop_reading(self):
+        """Whatever the program prints from now on meets a broken pipe."""
+        self._selector.unregister(self._process.stdout)
+        self._process.stdout.close()
 
     def wait(self):
         """The exit status, negative for a signal, once the output has ended."""
