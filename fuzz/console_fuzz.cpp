@@ -34,7 +34,8 @@ static std::string formatted(std::string const& text, int number)
         return {};
     std::string whole(static_cast<size_t>(len) + 1, '\0');
     snprintf(whole.data(), whole.size(), FORMAT, text.c_str(), number, character);
-    return whole.c_str();
+    whole.pop_back(); // the terminator
+    return whole;
 }
 
 // What reaches the console: all, unless a write fails.

@@ -19,6 +19,8 @@ import codec
 from codec import AttitudeData, GnssData, ImuData
 
 RECORDS = 100  # in the device's mix; their log is just longer than a stream's buffer
+# By more than half the range of the stamps.
+DOP_LATER = GnssData(**{"pvt.ticks": 5, "dop.ticks": 0xF0000000})
 
 
 def device_stream(device_sim):
@@ -46,7 +48,7 @@ def packets(real):
         "header_arbitrary": real[ImuData][:1] + b"\xab\xcd\xef\x01\x23\x45\x67" + real[ImuData][8:],
         "attitude_flags_00_01_02_80": real[AttitudeData][:28] + b"\x00\x01\x02\x80",
         "gnss_sections_absent": codec.datagram(GnssData(1, 15)),
-        "gnss_dop_later": codec.datagram(GnssData(**{"pvt.ticks": 5, "dop.ticks": 0x80000000})),
+        "gnss_dop_later": codec.datagram(DOP_LATER),
         "imu_special_floats": codec.datagram(
             ImuData(1, 0x7FA34567, 0xFFD23456, 0x7F800000, 0x80000000, 1, 0x80123456)
         ),
@@ -87,6 +89,7 @@ def logs(real, stream):
         "header_arbitrary": imu[:2] + b"\xff\xff\x01\x02\x03\x04" + imu[8:] + attitude,
         "flags_00_01_02_80": attitude[:28] + b"\x00\x01\x02\x80" + attitude[32:],
         "gnss_sections_absent": codec.frame(GnssData(1, 15)),
+        "gnss_dop_later": codec.frame(DOP_LATER),
         "bytes_of_no_log": b"no log at all, but some text of a few dozen bytes",
     }
     for type_, data in frames.items():

@@ -11,6 +11,8 @@ executions=${1:-10000000}
 other_executions=${2:-1000000}
 out=build/prove
 status=0
+# By default 256 MiB wait to be reused: far more than an input can misuse, and slow.
+export ASAN_OPTIONS=quarantine_size_mb=8
 
 build() {
     scripts/setup.sh test
