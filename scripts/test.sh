@@ -30,5 +30,10 @@ cmake --preset sanitize >build/configure.log
 cmake --build --preset sanitize
 ctest --test-dir build/sanitize --output-on-failure -j "$jobs"
 
+step "Seeds and former findings of the fuzz targets"
+cmake --preset fuzz >build/configure.log
+cmake --build --preset fuzz
+ctest --test-dir build/fuzz --output-on-failure -j "$jobs"
+
 step "Tests"
 ctest --test-dir build/default --output-on-failure -j "$jobs"

@@ -1,0 +1,16 @@
+#ifndef FUZZ_REQUIRE_H
+#define FUZZ_REQUIRE_H
+
+#include <cstdio>
+#include <cstdlib>
+
+/// Makes the input a finding unless `condition` holds; `what` says what should have held.
+inline void require(bool condition, char const* what)
+{
+    if (condition)
+        return;
+    fprintf(stderr, "Not so: %s\n", what);
+    abort();
+}
+
+#endif
