@@ -8,6 +8,7 @@ import statistics
 from measuring import (
     BURST,
     LOG_TOOL,
+    OTHER_CORE,
     RECORD_FLOOR,
     REPLAY_FLOOR,
     Recorder,
@@ -71,20 +72,25 @@ def measure_cpu(scale, record, replay):
     with folder() as floor_place, folder() as tool_place:
         drained = []
         wakes = []
+        far_wakes = []
         for number in range(scale.rounds):
             # New processes each round: memory lies differently in each.
             with Recorder([RECORD_FLOOR], floor_place) as floor, Recorder(
                 record, tool_place
             ) as tool:
                 order = (tool, floor) if number % 2 else (floor, tool)
-                ns = {recorder: draining(recorder, scale.drained) for recorder in order}
-                drained.append((ns[floor], ns[tool]))
-                ns = {recorder: woken(recorder, scale.woken) for recorder in order}
-                wakes.append((ns[floor], ns[tool]))
+                for results, measure in (
+                    (drained, lambda recorder: draining(recorder, scale.drained)),
+                    (wakes, lambda recorder: woken(recorder, scale.woken)),
+                    (far_wakes, lambda recorder: woken(recorder, scale.woken, OTHER_CORE)),
+                ):
+                    ns = {recorder: measure(recorder) for recorder in order}
+                    results.append((ns[floor], ns[tool]))
                 floor.end()
                 tool.end()
         print_ratios(f"record, bursts of {BURST}: CPU ns", drained)
         print_ratios("record, woken for each: CPU ns", wakes)
+        print_ratios("  the same, by another core", far_wakes)
 
         replays = interleaved(
             scale.rounds,
