@@ -26,6 +26,7 @@ from recording import udp_socket
 RECORD_FLOOR = os.path.join(BUILD, "bench", "record_floor")
 REPLAY_FLOOR = os.path.join(BUILD, "bench", "replay_floor")
 LOAD = os.path.join(BUILD, "bench", "load")
+MICRO = os.path.join(BUILD, "bench", "micro")
 SINK = os.path.join(BUILD, "bench", "sink")
 
 program.TIMEOUT_S = 600  # for the longest load

@@ -1,11 +1,11 @@
 #include "receiver_watch.h"
 
 #include <array>
-#include <cinttypes>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -72,18 +72,35 @@ ReceiverWatch::~ReceiverWatch()
         close(fd);
 }
 
+// The hexadecimal number there; 0 without a colon.
+static uint64_t behindColon(std::string const& word)
+{
+    size_t const colon = word.find(':');
+    return colon == std::string::npos ? 0 : std::stoull(word.substr(colon + 1), nullptr, 16);
+}
+
+static std::vector<std::string> wordsOf(std::string const& line)
+{
+    std::istringstream words(line);
+    return {std::istream_iterator<std::string>(words), {}};
+}
+
 ReceiverWatch::Socket ReceiverWatch::socket() const
 {
-    std::string const table = contentOf(m_sockets);
-    for (size_t at = table.find('\n'); at + 1 < table.size(); at = table.find('\n', at + 1)) {
-        unsigned port = 0;
-        Socket socket = {};
-        int const fields = sscanf(table.c_str() + at + 1,
-                                  "%*d: %*8x:%4x %*8x:%*4x %*x %*x:%" SCNx64
-                                  " %*x:%*x %*x %*u %*u %" SCNu64 " %*d %*s %" SCNu64,
-                                  &port, &socket.queue.bytes, &socket.inode, &socket.queue.drops);
-        if (fields == 4 && port == m_port)
-            return socket;
+    enum
+    {
+        LOCAL = 1,  // address:port
+        QUEUES = 4, // sending:receiving
+        INODE = 9,
+        DROPS = 12,
+        WORDS
+    };
+    std::istringstream table(contentOf(m_sockets));
+    for (std::string line; std::getline(table, line);) {
+        std::vector<std::string> const words = wordsOf(line);
+        if (words.size() == WORDS && behindColon(words[LOCAL]) == m_port)
+            return {{behindColon(words[QUEUES]), std::stoull(words[DROPS])},
+                    std::stoull(words[INODE])};
     }
     throw receiverGone(m_port);
 }

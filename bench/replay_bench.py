@@ -11,7 +11,7 @@ ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 BUILD = os.path.join(ROOT, "build", "default")
 LOG_TOOL = os.path.join(BUILD, "src", "app", "log_tool")
 DEVICE_SIM = os.path.join(BUILD, "tools", "device_sim", "device_sim")
-TARGETS = ["log_tool", "device_sim", "record_floor", "replay_floor", "load", "sink"]
+TARGETS = ["log_tool", "device_sim", "record_floor", "replay_floor", "load", "sink", "micro"]
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))

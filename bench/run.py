@@ -118,8 +118,11 @@ def measure_pacing(scale, replay):
 
 def print_counts(name, floor, tool):
     print(f"\n{name}")
-    print(f"{'  instructions in user space':<34}{floor.instructions:>11.1f}{tool.instructions:>11.1f}")
-    print(f"{'  allocations':<34}{floor.allocations:>11.3f}{tool.allocations:>11.3f}")
+    for label, of_floor, of_tool in (
+        ("instructions in user space", floor.instructions, tool.instructions),
+        ("allocations", floor.allocations, tool.allocations),
+    ):
+        print(f"{'  ' + label:<34}{of_floor:>11.3f}{of_tool:>11.3f}")
     for call in sorted(floor.calls | tool.calls):
         row = f"{floor.calls.get(call, 0):>11.3f}{tool.calls.get(call, 0):>11.3f}"
         print(f"{'  ' + call:<34}{row}{'  (reads the clock)' if call == CLOCK_CALL else ''}")

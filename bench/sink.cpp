@@ -50,7 +50,7 @@ static Received receiveUntilSignal(DeviceSocket const& socket, sigset_t const& e
     return received;
 }
 
-static void run(uint16_t port, std::string const& stampsFile)
+static void receive(uint16_t port, std::string const& stampsFile)
 {
     sigset_t end;
     sigemptyset(&end);
@@ -77,7 +77,7 @@ static void run(uint16_t port, std::string const& stampsFile)
         throw std::system_error(errno, std::generic_category(), "cannot write " + stampsFile);
 }
 
-int main(int argc, char** argv)
+static int run(int argc, char** argv)
 {
     uint16_t port = 0;
     std::string stampsFile;
@@ -88,11 +88,16 @@ int main(int argc, char** argv)
                    "file for the kernel's time stamps of the reception: CLOCK_REALTIME in ns, "
                    "64 bits each");
     CLI11_PARSE(app, argc, argv);
+    receive(port, stampsFile);
+    return EXIT_SUCCESS;
+}
+
+int main(int argc, char** argv)
+{
     try {
-        run(port, stampsFile);
+        return run(argc, argv);
     } catch (std::exception const& error) {
         fprintf(stderr, "sink: %s\n", error.what());
         return EXIT_FAILURE;
     }
-    return EXIT_SUCCESS;
 }
