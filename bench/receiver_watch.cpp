@@ -3,6 +3,7 @@
 #include <array>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <vector>
@@ -15,6 +16,11 @@ namespace fs = std::filesystem;
 static std::runtime_error receiverGone(uint16_t port)
 {
     return std::runtime_error("nobody receives on port " + std::to_string(port));
+}
+
+static std::runtime_error receiverEnded(uint16_t port)
+{
+    return std::runtime_error("the receiver on port " + std::to_string(port) + " has ended");
 }
 
 static int openToRead(std::string const& name)
@@ -85,7 +91,7 @@ static std::vector<std::string> wordsOf(std::string const& line)
     return {std::istream_iterator<std::string>(words), {}};
 }
 
-ReceiverWatch::Socket ReceiverWatch::socket() const
+static std::optional<ReceiverWatch::Socket> findSocket(std::string const& sockets, uint16_t port)
 {
     enum
     {
@@ -95,12 +101,23 @@ ReceiverWatch::Socket ReceiverWatch::socket() const
         DROPS = 12,
         WORDS
     };
-    std::istringstream table(contentOf(m_sockets));
+    std::istringstream table(sockets);
     for (std::string line; std::getline(table, line);) {
         std::vector<std::string> const words = wordsOf(line);
-        if (words.size() == WORDS && behindColon(words[LOCAL]) == m_port)
-            return {{behindColon(words[QUEUES]), std::stoull(words[DROPS])},
-                    std::stoull(words[INODE])};
+        if (words.size() == WORDS && behindColon(words[LOCAL]) == port)
+            return ReceiverWatch::Socket{{behindColon(words[QUEUES]), std::stoull(words[DROPS])},
+                                         std::stoull(words[INODE])};
+    }
+    return std::nullopt;
+}
+
+ReceiverWatch::Socket ReceiverWatch::socket() const
+{
+    // While others make and close sockets, a reading may skip one.
+    static constexpr int READINGS = 20;
+    for (int i = 0; i < READINGS; ++i) {
+        if (auto const found = findSocket(contentOf(m_sockets), m_port))
+            return *found;
     }
     throw receiverGone(m_port);
 }
@@ -115,7 +132,7 @@ bool ReceiverWatch::isAsleep() const
     std::string const stat = contentOf(m_stat);
     size_t const nameEnd = stat.rfind(')'); // the name may hold anything
     if (nameEnd == std::string::npos)
-        throw receiverGone(m_port);
+        throw receiverEnded(m_port);
     return stat.compare(nameEnd, 3, ") S") == 0;
 }
 

@@ -16,6 +16,12 @@ public:
         uint64_t drops; // datagrams that found the queue full, since the socket was made
     };
 
+    struct Socket
+    {
+        Queue queue;
+        uint64_t inode;
+    };
+
     explicit ReceiverWatch(uint16_t port);
     ~ReceiverWatch();
     ReceiverWatch(ReceiverWatch const&) = delete;
@@ -31,12 +37,6 @@ public:
     uint64_t cpuNs() const;
 
 private:
-    struct Socket
-    {
-        Queue queue;
-        uint64_t inode;
-    };
-
     Socket socket() const;
 
     uint16_t m_port;
