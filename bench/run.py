@@ -154,7 +154,7 @@ def measure_memory(scale, record):
     end = codec.frame(codec.GenericData.numbered(300, 0))  # holds the replay while it is looked at
     print(f"\n{'peak of resident memory (KiB)':<34}{'floor rec':>11}{'record':>11}{'replay':>11}")
     for length in scale.lengths:
-        replay = Replay(codec.numbered_log(0, length - 1) + end)
+        replay = Replay(codec.numbered_log(0, length - 1) + end, tool=record[0])
         for problem in replay.problems():
             print(f"replay of {length}: {problem}")
         peaks = record_peak([RECORD_FLOOR], length), record_peak(record, length), replay.peak_kib
