@@ -82,11 +82,12 @@ class Capture:
 
 
 def capture(place):
-    exactly = ["--warm-up", "0"]
     with Recorder([RECORD_FLOOR], place, core=OTHER_CORE) as recorder:
         captured = Capture(recorder.port, place)
-        drained = captured.ns_during(lambda: recorder.load(DATAGRAMS, *exactly, "--burst", str(BURST)))
-        steady = captured.ns_during(lambda: recorder.load(PACED, *exactly, "--rate", str(RATE)))
+        bursts = ["--warm-up", "0", "--burst", str(BURST)]
+        drained = captured.ns_during(lambda: recorder.load(DATAGRAMS, *bursts))
+        rate = ["--warm-up", "0", "--rate", str(RATE)]
+        steady = captured.ns_during(lambda: recorder.load(PACED, *rate))
         size = captured.end()
         recorder.end()
     if size < (DATAGRAMS + PACED) * codec.ImuData.size:
