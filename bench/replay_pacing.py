@@ -10,27 +10,15 @@ import sys
 from replay_bench import Replay, build
 
 import codec
-from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
-
-RATES_HZ = {ImuData: 100, AttitudeData: 20, GnssPvt: 5, GnssData: 5, GenericData: 1}
-START_MS = 5000
+from pacing import MIX_HZ, drive
 
 EARLY_MS = 1.0  # the tool's clock counts whole milliseconds
 DRIFT_MS = 1.0
 
 
-def drive(seconds):
-    records = []
-    for type_, rate in RATES_HZ.items():
-        for number in range(seconds * rate):
-            records.append(type_.numbered(START_MS + number * 1000 // rate, number))
-    records.sort(key=lambda record: record.type.stamp(record))
-    return b"".join(map(codec.frame, records))
-
-
 def main():
     seconds = int(sys.argv[1]) if len(sys.argv) > 1 else 60
-    log = drive(seconds)
+    log = b"".join(map(codec.frame, drive(MIX_HZ, seconds)))
     build()
     replay = Replay(log)
     received = replay.received
@@ -40,9 +28,10 @@ def main():
 
     count = received["total"]["count"]
     print(f"{count} records in {replay.seconds:.2f} s, late by (ms):")
-    print(f"{'':<12}{'min':>10}{'p50':>10}{'p99':>10}{'max':>10}")
+    shares = ("min", "p50", "p99", "max")
+    print(f"{'':<12}" + "".join(f"{key:>10}" for key in shares))
     for name, late in (("all", whole), ("first tenth", first), ("last tenth", last)):
-        print(f"{name:<12}" + "".join(f"{late[key]:>10.3f}" for key in ("min", "p50", "p99", "max")))
+        print(f"{name:<12}" + "".join(f"{late[key]:>10.3f}" for key in shares))
 
     problems = replay.problems()
     if whole["min"] < -EARLY_MS:

@@ -1,11 +1,13 @@
 """log_tool in record mode, and what a test can expect of it."""
 
+import contextlib
 import os
 import time
+from collections import namedtuple
 
 import codec
 from device import Device
-from program import DEVICE_SIM, LOG_TOOL, ProgramTest
+from program import DEVICE_SIM, LOG_TOOL, TIMEOUT_S, ProgramTest
 
 HELLO_EVERY_N_PACKETS = 50
 UNKNOWN = bytes(8)  # counted like any other datagram, but never recorded
@@ -14,10 +16,29 @@ UNKNOWN = bytes(8)  # counted like any other datagram, but never recorded
 QUEUE_SIZE = 140000
 DATAGRAM_OVERHEAD = 1024
 
+LOOK_S = 0.0005  # between two looks at what only shows in /proc
+
 TIMER_HELLO = "timeout: send hello"
 PACKET_HELLO = "send hello"
 INTERRUPTED = ["", "CTRL-C Pressed"]
 NOTHING = r"(?!)"  # a pattern that matches no line
+
+
+# The local port, how many datagrams found no room, and how many bytes wait.
+UdpSocket = namedtuple("UdpSocket", "port drops queued")
+
+
+def udp_socket(pid):
+    """The state of the process's only UDP socket."""
+    links = f"/proc/{pid}/fd"
+    inodes = {os.readlink(f"{links}/{fd}") for fd in os.listdir(links)}
+    with open(f"/proc/{pid}/net/udp", encoding="ascii") as table:
+        for line in table.readlines()[1:]:
+            fields = line.split()
+            if f"socket:[{fields[9]}]" in inodes:
+                port, queued = (int(fields[i].split(":")[1], 16) for i in (1, 4))
+                return UdpSocket(port, int(fields[12]), queued)
+    raise LookupError("no UDP socket")
 
 
 class Recording:
@@ -44,29 +65,31 @@ class Recording:
 
     def meet(self):
         """Makes the test's device know the program without a hello."""
-        self.device.peer = ("127.0.0.1", self._udp_socket()[0])
+        self.device.peer = ("127.0.0.1", udp_socket(self.program.pid).port)
+
+    def connect(self):
+        """Makes the device send without a hello, as soon as the program listens. False if that has
+        ended before."""
+        deadline = time.monotonic() + TIMEOUT_S
+        while self.program.is_running():
+            # Links vanish: the program opens and closes other files on its way.
+            with contextlib.suppress(LookupError, FileNotFoundError, PermissionError):
+                self.meet()
+                return True
+            if time.monotonic() > deadline:
+                self._test.fail(f"no socket: {self.program.errors}")
+            time.sleep(LOOK_S)
+        return False
 
     def lost(self):
         """How many datagrams the kernel has dropped because the program's queue was full."""
-        return self._udp_socket()[1]
+        return udp_socket(self.program.pid).drops
 
     def wait_until_taken(self):
         """Returns when no datagram waits any more: the program handles its last one before it lets
         CTRL-C in."""
-        while self._udp_socket()[2] > 0:
-            time.sleep(0.001)
-
-    def _udp_socket(self):
-        """The local port, the drops and the bytes waiting of the program's only UDP socket."""
-        links = f"/proc/{self.program.pid}/fd"
-        inodes = {os.readlink(f"{links}/{fd}") for fd in os.listdir(links)}
-        with open(f"/proc/{self.program.pid}/net/udp", encoding="ascii") as table:
-            for line in table.readlines()[1:]:
-                fields = line.split()
-                if f"socket:[{fields[9]}]" in inodes:
-                    port, waiting = (fields[i].split(":")[1] for i in (1, 4))
-                    return int(port, 16), int(fields[12]), int(waiting, 16)
-        raise LookupError("no UDP socket")
+        while udp_socket(self.program.pid).queued:
+            time.sleep(LOOK_S)
 
     def next_hello(self):
         """The line that announces the next hello, which the device has got."""
