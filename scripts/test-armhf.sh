@@ -12,8 +12,8 @@ cat <<'EOT'
 
 What the emulator cannot do, beside the tests that CTest lists above as not run:
   valgrind         it does not run in the emulator: these tests are disabled here
-  the 2 GiB limit  the kernel below is a 64-bit one, which lets any file grow: the tests see by the
-                   flags that log_tool opens its log with that the kernel of a board does as well
+  the 2 GiB limit  the kernel below is a 64-bit one and lets any file grow: the tests check instead
+                   that log_tool opens its log with the flag by which a board's kernel does
   memory           the emulator's own is counted with the program's: that a long replay needs no
                    more than a short one is tested all the same, how much it needs is not
   time             instructions take other times than on a board: only what must not come too
