@@ -109,21 +109,24 @@ TEST(TtSleepMs, sleepsTheWholeTimeThoughSignalsInterruptIt)
     EXPECT_GT(s_alarms, 1);
 }
 
-TEST(TtTime, isTheRealTimeClock)
+TEST(TtTime, isTheRealTimeClockUpToTheLastSecondOf32Bits)
 {
-    FakeRealTime const clock(1614848707, 654321);
-    tt_tvms_t now = {};
+    for (int32_t const second : {1614848707, 2147483647}) {
+        FakeRealTime const clock(second, 654321);
+        tt_tvms_t now = {};
 
-    EXPECT_EQ(1614848707, tt_time());
-    EXPECT_EQ(1, tt_time_tvms(&now));
-    EXPECT_EQ(1614848707, now.sec);
-    EXPECT_EQ(654, now.ms);
+        EXPECT_EQ(second, tt_time());
+        EXPECT_EQ(1, tt_time_tvms(&now));
+        EXPECT_EQ(second, now.sec);
+        EXPECT_EQ(654, now.ms);
+    }
 }
 
 TEST(TtStime, setsTheClockToAWholeSecond)
 {
     FakeRealTime clock(1000, 999999);
 
+    ASSERT_EQ(1000, tt_time()) << "this would set the machine's own clock";
     EXPECT_EQ(0, tt_stime(1614848707));
     EXPECT_EQ(1614848707, clock.now.tv_sec);
     EXPECT_EQ(0, clock.now.tv_usec);
@@ -187,6 +190,16 @@ TEST(TtUtcStrftime, formatsInUtcWhateverTheTimeZone)
     EXPECT_EQ("19: 2021-03-04 09:05:07", child.output);
 }
 
+TEST(TtUtcStrftime, formatsTheFirstAndTheLastTimeOf32Bits)
+{
+    char text[32] = "";
+
+    EXPECT_EQ(19U, tt_utc_strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", -2147483647 - 1));
+    EXPECT_STREQ("1901-12-13 20:45:52", text);
+    EXPECT_EQ(19U, tt_utc_strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", 2147483647));
+    EXPECT_STREQ("2038-01-19 03:14:07", text);
+}
+
 TEST(TtUtcStrftime, returns0ForATextThatDoesNotFit)
 {
     char text[8] = "";
@@ -246,4 +259,23 @@ TEST(TtUtcTmToTime, convertsByTheTimeZoneOfTheProcess)
         });
         EXPECT_EQ(c.seconds, child.output);
     }
+}
+
+TEST(TtUtcTmToTime, tellsATimeThatDoesNotFitFromTheLastThatDoes)
+{
+    char const* const pastTheLast = sizeof(time_t) == sizeof(int32_t) ? "-1" : "2147483648";
+    ChildResult const child = runInChild([] {
+        setenv("TZ", "UTC0", 1);
+        tzset();
+        for (int const second : {7, 8}) {
+            tm utc = {};
+            utc.tm_year = 138;
+            utc.tm_mday = 19;
+            utc.tm_hour = 3;
+            utc.tm_min = 14;
+            utc.tm_sec = second;
+            printf("%lld ", static_cast<long long>(tt_utc_tm_to_time(&utc)));
+        }
+    });
+    EXPECT_EQ(std::string("2147483647 ") + pastTheLast + " ", child.output);
 }
