@@ -4,19 +4,22 @@
 #   scripts/setup.sh build    to build the programs, run the demo and the unit tests
 #   scripts/setup.sh test     the same and the checkers of scripts/test.sh
 #   scripts/setup.sh armhf    to build the programs for a 32-bit ARM board and run their tests here
+#   scripts/setup.sh package  to make the Debian packages
 set -euo pipefail
 
 build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev nlohmann-json3-dev
        libgtest-dev)
-checkers=(clang-format clang-tidy cppcheck shellcheck valgrind)
+checkers=(clang-format clang-tidy cppcheck shellcheck valgrind mandoc groff-base)
+package=(dpkg-dev file gzip lintian)
 armhf=(g++-arm-linux-gnueabihf cmake ninja-build python3 googletest qemu-user)
 
 case ${1:-} in
 build) packages=("${build[@]}") ;;
 test) packages=("${build[@]}" "${checkers[@]}") ;;
+package) packages=("${package[@]}") ;;
 armhf) packages=("${armhf[@]}") ;;
 *)
-    echo "usage: $0 build|test|armhf" >&2
+    echo "usage: $0 build|test|armhf|package" >&2
     exit 2
     ;;
 esac
