@@ -32,3 +32,6 @@ ctest --test-dir build/sanitize --output-on-failure -j "$jobs"
 
 step "Tests"
 ctest --test-dir build/default --output-on-failure -j "$jobs"
+
+step "Tests as 32-bit ARM code"
+scripts/test-armhf.sh

@@ -1,6 +1,6 @@
 #include "command_line.h"
 
-#include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -115,13 +115,43 @@ TEST(CommandLine, usesTheLowSixteenBitsOfAnyPortButZero)
         {"65536", 65536, {0x00, 0x00}},  {"70196", 70196, {0x12, 0x34}},
         {"-1", -1, {0xFF, 0xFF}},        {"-60876", -60876, {0x12, 0x34}},
         {"4660xyz", 4660, {0x12, 0x34}}, {" +4660", 4660, {0x12, 0x34}},
-        {"010", 10, {0x00, 0x0A}},       {"99999999999999999999", LONG_MAX, {0xFF, 0xFF}},
+        {"010", 10, {0x00, 0x0A}},
     };
     for (auto const& c : cases) {
         SCOPED_TRACE(c.text);
         Parsed const result = parsed({"-a", "1.2.3.4", "-p", c.text, "file"});
         EXPECT_EQ(c.port, result.line.port);
         EXPECT_EQ(c.wire, bytesOnTheWire(result.device.sin_port));
+    }
+}
+
+TEST(CommandLine, takesAPortThatALongCannotHoldForTheNearestThatItCan)
+{
+    struct Port
+    {
+        int64_t number;
+        std::vector<int> wire;
+    };
+    struct
+    {
+        char const* text;
+        Port of32Bits;
+        Port of64Bits;
+    } const cases[] = {
+        {"2147483647", {INT32_MAX, {0xFF, 0xFF}}, {2147483647, {0xFF, 0xFF}}},
+        {"2147483648", {INT32_MAX, {0xFF, 0xFF}}, {2147483648, {0x00, 0x00}}},
+        {"4294971956", {INT32_MAX, {0xFF, 0xFF}}, {4294971956, {0x12, 0x34}}},
+        {"99999999999999999999", {INT32_MAX, {0xFF, 0xFF}}, {INT64_MAX, {0xFF, 0xFF}}},
+        {"-2147483648", {INT32_MIN, {0x00, 0x00}}, {-2147483648, {0x00, 0x00}}},
+        {"-2147483649", {INT32_MIN, {0x00, 0x00}}, {-2147483649, {0xFF, 0xFF}}},
+        {"-99999999999999999999", {INT32_MIN, {0x00, 0x00}}, {INT64_MIN, {0x00, 0x00}}},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.text);
+        Port const& expected = sizeof(long) == sizeof(int32_t) ? c.of32Bits : c.of64Bits;
+        Parsed const result = parsed({"-a", "1.2.3.4", "-p", c.text, "file"});
+        EXPECT_EQ(expected.number, result.line.port);
+        EXPECT_EQ(expected.wire, bytesOnTheWire(result.device.sin_port));
     }
 }
 

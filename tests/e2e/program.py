@@ -2,6 +2,7 @@
 
 import ctypes
 import os
+import re
 import resource
 import selectors
 import shutil
@@ -16,6 +17,9 @@ DEVICE_SIM = os.environ.get("DEVICE_SIM", "device_sim")
 
 TIMEOUT_S = 30  # for one event; far more than any of them takes on a busy machine
 TEST_TIMEOUT_S = 100
+
+# What an emulator adds when the program in it dies of a signal.
+_EMULATOR_MESSAGE = re.compile(r"^qemu: uncaught target signal .*\n", re.MULTILINE)
 
 # Some programs abort on purpose.
 resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
@@ -82,7 +86,7 @@ class Program:
     @property
     def errors(self):
         self._errors.seek(0)
-        return self._errors.read().decode()
+        return _EMULATOR_MESSAGE.sub("", self._errors.read().decode())
 
     def is_running(self):
         return self._process.poll() is None

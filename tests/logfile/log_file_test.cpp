@@ -1,6 +1,7 @@
 #include "log_file.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <memory>
 #include <type_traits>
 
@@ -55,6 +56,26 @@ TEST(LogFile, readsAnExistingFileFromItsBeginning)
         EXPECT_EQ(EOF, fgetc(file.stream()));
     }
     EXPECT_EQ((Bytes{1, 2, 3}), readBytes(name));
+}
+
+TEST(LogFile, growsPast2GiBAndIsReadThere)
+{
+    static constexpr off64_t START = 0x7FFFFFFE;
+    TempDir const dir;
+    std::string const name = dir.file("log");
+    {
+        LogFile const file(name, LogFile::Write);
+        ASSERT_EQ(0, fseeko64(file.stream(), START, SEEK_SET));
+        EXPECT_EQ(4U, fwrite("\1\2\3\4", 1, 4, file.stream()));
+    }
+    EXPECT_EQ(0x80000002U, std::filesystem::file_size(name));
+
+    LogFile const file(name, LogFile::Read);
+    ASSERT_EQ(0, fseeko64(file.stream(), START, SEEK_SET));
+    Bytes bytes(5);
+    EXPECT_EQ(4U, fread(bytes.data(), 1, bytes.size(), file.stream()));
+    EXPECT_EQ((Bytes{1, 2, 3, 4, 0}), bytes);
+    EXPECT_TRUE(feof(file.stream()));
 }
 
 TEST(LogFile, opensForReadingAndWritingInBothDirections)

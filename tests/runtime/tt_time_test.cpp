@@ -120,6 +120,17 @@ TEST(TtTime, isTheRealTimeClock)
     EXPECT_EQ(654, now.ms);
 }
 
+TEST(TtTime, countsUpToTheLastSecondOf32Bits)
+{
+    FakeRealTime const clock(2147483647, 999999);
+    tt_tvms_t now = {};
+
+    EXPECT_EQ(2147483647, tt_time());
+    EXPECT_EQ(1, tt_time_tvms(&now));
+    EXPECT_EQ(2147483647, now.sec);
+    EXPECT_EQ(999, now.ms);
+}
+
 TEST(TtStime, setsTheClockToAWholeSecond)
 {
     FakeRealTime clock(1000, 999999);
@@ -187,6 +198,16 @@ TEST(TtUtcStrftime, formatsInUtcWhateverTheTimeZone)
     EXPECT_EQ("19: 2021-03-04 09:05:07", child.output);
 }
 
+TEST(TtUtcStrftime, formatsTheFirstAndTheLastTimeOf32Bits)
+{
+    char text[32] = "";
+
+    EXPECT_EQ(19U, tt_utc_strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", -2147483647 - 1));
+    EXPECT_STREQ("1901-12-13 20:45:52", text);
+    EXPECT_EQ(19U, tt_utc_strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", 2147483647));
+    EXPECT_STREQ("2038-01-19 03:14:07", text);
+}
+
 TEST(TtUtcStrftime, returns0ForATextThatDoesNotFit)
 {
     char text[8] = "";
@@ -246,4 +267,23 @@ TEST(TtUtcTmToTime, convertsByTheTimeZoneOfTheProcess)
         });
         EXPECT_EQ(c.seconds, child.output);
     }
+}
+
+TEST(TtUtcTmToTime, tellsATimeThatDoesNotFitFromTheLastThatDoes)
+{
+    char const* const pastTheLast = sizeof(time_t) == sizeof(int32_t) ? "-1" : "2147483648";
+    ChildResult const child = runInChild([] {
+        setenv("TZ", "UTC0", 1);
+        tzset();
+        for (int const second : {7, 8}) {
+            tm utc = {};
+            utc.tm_year = 138;
+            utc.tm_mday = 19;
+            utc.tm_hour = 3;
+            utc.tm_min = 14;
+            utc.tm_sec = second;
+            printf("%lld ", static_cast<long long>(tt_utc_tm_to_time(&utc)));
+        }
+    });
+    EXPECT_EQ(std::string("2147483647 ") + pastTheLast + " ", child.output);
 }

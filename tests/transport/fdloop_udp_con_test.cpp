@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -32,6 +33,14 @@ static RxCallBack appendTo(Texts& texts, std::string const& mark = "")
     return [&texts, mark](sockaddr const*, unsigned char const* data, unsigned int len) {
         texts.push_back(mark + std::string(reinterpret_cast<char const*>(data), len));
     };
+}
+
+/// A copy: nothing promises the alignment of a sockaddr_in.
+static sockaddr_in internetAddress(sockaddr const* address)
+{
+    sockaddr_in copy = {};
+    memcpy(&copy, address, sizeof copy);
+    return copy;
 }
 
 class FdloopUdpConTest : public ::testing::Test
@@ -267,7 +276,7 @@ TEST_F(FdloopUdpConRx, tellsTheSenderOfADatagram)
 {
     sockaddr_in from = {};
     con->setRxCallBack([&](sockaddr const* sender, unsigned char const*, unsigned int) {
-        from = *reinterpret_cast<sockaddr_in const*>(sender);
+        from = internetAddress(sender);
     });
     send({"x"});
     con->rxDataReady();
@@ -422,7 +431,8 @@ TEST_F(FdloopUdpConEndlessRx, endsWhenASignalDestroysTheConnection)
 TEST_F(FdloopUdpConRx, theCallbackMayTransmit)
 {
     con->setRxCallBack([this](sockaddr const* from, unsigned char const* data, unsigned int len) {
-        EXPECT_TRUE(con->transmit(reinterpret_cast<sockaddr_in const*>(from), data, len));
+        sockaddr_in const to = internetAddress(from);
+        EXPECT_TRUE(con->transmit(&to, data, len));
     });
     send({"a", "b"});
     con->rxDataReady();
@@ -498,11 +508,9 @@ TEST_F(FdloopUdpConRx, thePeriodicCallbackGetsEveryNthDatagramAfterTheOther)
 TEST_F(FdloopUdpConRx, thePeriodicCallbackGetsTheSenderToo)
 {
     sockaddr_in from = {};
-    con->setPeriodicRxCallBack(
-        [&](sockaddr const* sender, unsigned char const*, unsigned int) {
-            from = *reinterpret_cast<sockaddr_in const*>(sender);
-        },
-        1);
+    con->setPeriodicRxCallBack([&](sockaddr const* sender, unsigned char const*,
+                                   unsigned int) { from = internetAddress(sender); },
+                               1);
     send({"x"});
     con->rxDataReady();
 

@@ -52,7 +52,8 @@ void Stream::shuffleWindow()
 {
     for (size_t i = m_window.size(); i > 1; --i) {
         auto const time = static_cast<uint64_t>(m_window[i - 1].due);
-        std::swap(m_window[i - 1], m_window[mix(mix(m_settings.vehicle.seed ^ i) ^ time) % i]);
+        uint64_t const other = mix(mix(m_settings.vehicle.seed ^ i) ^ time) % i;
+        std::swap(m_window[i - 1], m_window[static_cast<size_t>(other)]);
     }
 
     // A record that is out of order comes late: none goes out before it is measured.

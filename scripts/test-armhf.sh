@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Runs the unit tests and the end-to-end tests as 32-bit ARM code, in an emulator that hands the
+# program's system calls to this machine's kernel. log_tool and device_sim both run as ARM code.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/build-armhf.sh
+cmake --build --preset armhf
+ctest --test-dir build/armhf --output-on-failure -j "$(nproc)"
+
+cat <<'EOT'
+
+What the emulator cannot do, beside the tests that CTest lists above as not run:
+  valgrind         it does not run in the emulator: these tests are disabled here
+  the 2 GiB limit  the kernel below is a 64-bit one, which lets any file grow: the tests see by the
+                   flags that log_tool opens its log with that the kernel of a board does as well
+  memory           the emulator's own is counted with the program's: that a long replay needs no
+                   more than a short one is tested all the same, how much it needs is not
+  time             instructions take other times than on a board: only what must not come too
+                   early is tested
+EOT
