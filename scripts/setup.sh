@@ -5,21 +5,24 @@
 #   scripts/setup.sh test     the same and the checkers of scripts/test.sh
 #   scripts/setup.sh armhf    to build the programs for a 32-bit ARM board and run their tests here
 #   scripts/setup.sh package  to make the Debian packages
+#   scripts/setup.sh package-test    to install and run them
 set -euo pipefail
 
 build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev nlohmann-json3-dev
        libgtest-dev)
 checkers=(clang-format clang-tidy cppcheck shellcheck valgrind mandoc groff-base)
 package=(dpkg-dev file gzip lintian)
+package_test=(debootstrap systemd-container qemu-user mandoc groff-base python3)
 armhf=(g++-arm-linux-gnueabihf cmake ninja-build python3 googletest qemu-user)
 
 case ${1:-} in
 build) packages=("${build[@]}") ;;
 test) packages=("${build[@]}" "${checkers[@]}") ;;
 package) packages=("${package[@]}") ;;
+package-test) packages=("${package_test[@]}") ;;
 armhf) packages=("${armhf[@]}") ;;
 *)
-    echo "usage: $0 build|test|armhf|package" >&2
+    echo "usage: $0 build|test|armhf|package|package-test" >&2
     exit 2
     ;;
 esac

@@ -42,6 +42,8 @@ stream() {
 }
 
 wait_for systemctl -q is-active "$unit"
+runs() { [ "$(cat "/proc/$(systemctl show -P MainPID "$unit")/comm")" = log_tool ]; }
+wait_for runs
 pid=$(systemctl show -P MainPID "$unit")
 echo "started at boot: $(cat "/proc/$pid/comm"), $(stat -c %U "/proc/$pid/comm")"
 grep -E '^(Uid|CapEff|CapBnd|NoNewPrivs|Seccomp):' "/proc/$pid/status"
@@ -65,7 +67,7 @@ wait_for systemctl -q is-failed log_tool@nonsense
 setpriv --reuid=nobody --regid=nogroup --clear-groups sh -c "cat $logs/*.log" >/dev/null ||
     fail "logs are not readable"
 
-systemd-analyze verify "$unit"
+systemd-analyze verify --man=no /lib/systemd/system/log_tool@.service
 systemd-analyze security --no-pager "$unit" | tail -n 1
 
 dpkg --remove log-tool log-tool-utils # stops recording 4
