@@ -13,7 +13,7 @@ RECORDS = 500
 RATES = [
     argument
     for name in ("imu", "attitude", "pvt", "gnss", "generic")
-    for argument in (f"--{name}-rate", "400")
+    for argument in (f"--{name}-rate", "80")
 ]
 
 

@@ -16,7 +16,7 @@ LOG_TOOL = os.environ.get("LOG_TOOL", "log_tool")
 DEVICE_SIM = os.environ.get("DEVICE_SIM", "device_sim")
 
 TIMEOUT_S = 30  # for one event; far more than any of them takes on a busy machine
-TEST_TIMEOUT_S = 100
+TEST_TIMEOUT_S = int(os.environ.get("TEST_TIMEOUT_S", 100))
 
 # What an emulator adds when the program in it dies of a signal.
 _EMULATOR_MESSAGE = re.compile(r"^qemu: uncaught target signal .*\n", re.MULTILINE)

@@ -40,6 +40,14 @@ FakeTerminal::~FakeTerminal()
 
 // The names are the linker's.
 // NOLINTBEGIN(bugprone-reserved-identifier)
+
+// A time_t of 64 bits on a 32-bit machine comes with functions of other names.
+#if defined __USE_TIME_BITS64 && __TIMESIZE == 32
+#define __real_gettimeofday __real___gettimeofday64
+#define __wrap_gettimeofday __wrap___gettimeofday64
+#define __wrap_settimeofday __wrap___settimeofday64
+#endif
+
 extern "C" {
 int __real_gettimeofday(timeval* now, void* zone);
 void* __real_malloc(size_t size);
