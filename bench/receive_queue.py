@@ -68,14 +68,14 @@ def main():
     one = {type_.name: codec.datagram(type_()) for type_ in codec.TYPES.values()}
     second = [one[name] for name, rate in RATES_HZ.items() for _ in range(rate)]
 
-    print(f"{'':<24}" + "".join(f"{size:>12} bytes" for size in sizes))
+    print(f"{'':<22}" + "".join(f"{f'{size} bytes':>22}" for size in sizes))
     for name, datagram in one.items():
         counts = [kept(size, [datagram]) for size in sizes]
-        row = "".join(f"{n:>7} ({s / n:5.0f} each)" for n, s in zip(counts, sizes))
-        print(f"{name + ',':<14}{len(datagram):>4} bytes{row}")
+        cells = (f"{n} ({size // n} each)" for n, size in zip(counts, sizes))
+        print(f"{f'{name}, {len(datagram)} bytes':<22}" + "".join(f"{c:>22}" for c in cells))
     counts = [kept(size, second) for size in sizes]
-    print(f"{f'{len(second)} a second':<24}" + "".join(f"{n:>18}" for n in counts))
-    print(f"{'':<24}" + "".join(f"{n / len(second):>16.1f} s" for n in counts))
+    print(f"{f'{len(second)} a second, mixed':<22}" + "".join(f"{n:>22}" for n in counts))
+    print(f"{'':<22}" + "".join(f"{f'{n / len(second):.1f} s':>22}" for n in counts))
 
 
 if __name__ == "__main__":
