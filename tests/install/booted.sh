@@ -49,6 +49,8 @@ echo "started at boot: $(cat "/proc/$pid/comm"), $(stat -c %U "/proc/$pid/comm")
 grep -E '^(Uid|CapEff|CapBnd|NoNewPrivs|Seccomp):' "/proc/$pid/status"
 [ "$(stat -c %U "/proc/$pid/comm")" = _log_tool ] || fail "not its own user"
 
+systemctl show -P RequiresMountsFor "$unit" | grep -qw "$logs" || fail "does not wait for its disk"
+
 stream 1
 systemctl kill --signal=INT "$unit" # begins the next log
 stream 2
