@@ -35,6 +35,7 @@ fresh_debian() {
     if [ ! -d "$scratch/debian" ]; then
         rm -rf "$scratch/debian.new"
         debootstrap --variant=minbase bookworm "$scratch/debian.new" "$(mirror)" >"$scratch/log.txt"
+        chroot "$scratch/debian.new" apt-get -qq update
         mv "$scratch/debian.new" "$scratch/debian"
     fi
     rm -rf "$1"

@@ -11,7 +11,9 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 FILES = ROOT / "packaging"
 PAGES = ROOT / "docs" / "man"
 
-OPTION = re.compile(r"^  (?:-h,)?(--[\w-]+)(?: ([A-Z]\S*?)(?::\w+)?(?:=(\S+))?)?(?:\s|$)", re.MULTILINE)
+OPTION = re.compile(
+    r"^  (?:-h,)?(--[\w-]+)(?: ([A-Z]\S*?)(?::\w+)?(?:=(\S+))?)?(?:\s|$)", re.MULTILINE
+)
 
 HelpText = namedtuple("HelpText", "takes_value default")
 
