@@ -1,5 +1,7 @@
 #include "log_data_delay.h"
 
+#include <new>
+
 #include "tt_time.h"
 
 LogDataDelay::LogDataDelay(_fdloop_t* loop) : m_timer(loop) {}
@@ -50,6 +52,8 @@ void LogDataDelay::schedule(T const& record)
     m_timer.setCallBack(delaySend(record));
     // The low 32 bits are also right when our own clock has wrapped since the first record.
     m_timer.startTimer(static_cast<uint32_t>(wait));
+    if (!m_timer.isActive())
+        throw std::bad_alloc(); // or the replay would wait for ever
 }
 
 template <class T>

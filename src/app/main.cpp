@@ -1,8 +1,11 @@
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <memory>
 
+#include <fcntl.h>
 #include <netinet/in.h>
+#include <unistd.h>
 
 #include "command_line.h"
 #include "fdloop.h"
@@ -10,6 +13,24 @@
 #include "tt_panic.h"
 
 static std::unique_ptr<LogTool> s_logTool; // for the signal handler; lives until the process exits
+static std::terminate_handler s_terminate; // the C++ library's own
+
+// The log and the socket take the lowest free descriptors. In the place of a closed standard one
+// the log would get what is printed, and descriptor 0 counts as no socket.
+static void openStandardDescriptors()
+{
+    for (int const fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(fd, F_GETFD) == -1)
+            open("/dev/null", O_RDWR);
+    }
+}
+
+// Out of memory: what has been recorded so far must not go with the process.
+static void onTerminate()
+{
+    fflush(nullptr);
+    s_terminate();
+}
 
 // Runs only where the loop lets it in, so it interrupts no allocation, no output, no list work.
 static void onInterrupt(int sig)
@@ -30,6 +51,8 @@ static void blockSignal(int sig)
 
 int main(int argc, char** argv)
 {
+    openStandardDescriptors();
+    s_terminate = std::set_terminate(onTerminate);
     // Whole lines, as they are printed, also into a pipe or a journal.
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 

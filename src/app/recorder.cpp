@@ -1,6 +1,7 @@
 #include "recorder.h"
 
 #include <cstdio>
+#include <new>
 #include <utility>
 
 #include "hello.h"
@@ -28,6 +29,8 @@ Recorder::Recorder(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCo
         HELLO_EVERY_N_PACKETS);
     m_helloTimer.setCallBack([this] { return checkHelloTimeout(); });
     m_helloTimer.startTimer(HELLO_PERIOD_MS);
+    if (!m_helloTimer.isActive())
+        throw std::bad_alloc(); // or the device would never be greeted
 }
 
 Recorder::~Recorder()

@@ -26,7 +26,7 @@ void PlaybackController::tearDown()
 }
 
 template <class Record>
-void PlaybackController::publish(IUdpPacketAnalyzer<Record> const& analyzer,
+void PlaybackController::publish(UdpPacketAnalyzer<Record> const& analyzer,
                                  unsigned char const* data, unsigned int len)
 {
     if (analyzer.isType(data, len))

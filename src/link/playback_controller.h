@@ -39,7 +39,7 @@ public:
 
 private:
     template <class Record>
-    void publish(IUdpPacketAnalyzer<Record> const& analyzer, unsigned char const* data,
+    void publish(UdpPacketAnalyzer<Record> const& analyzer, unsigned char const* data,
                  unsigned int len);
 
     std::shared_ptr<IUdpCon> m_connection;

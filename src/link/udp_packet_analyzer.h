@@ -21,7 +21,7 @@ public:
 };
 
 template <class T>
-class UdpPacketAnalyzer : public IUdpPacketAnalyzer<T>
+class UdpPacketAnalyzer final : public IUdpPacketAnalyzer<T>
 {
 public:
     bool isType(void const* data, unsigned int len) const override

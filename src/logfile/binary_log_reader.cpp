@@ -34,7 +34,8 @@ bool BinaryLogReader::readAndCheckFooter()
 
 bool BinaryLogReader::read(void* data, size_t size)
 {
-    size_t const got = fread(data, 1, size, m_file->stream());
+    // One thread: the stream's lock would only cost.
+    size_t const got = fread_unlocked(data, 1, size, m_file->stream());
     if (got == size)
         return true;
     if (feof(m_file->stream()))

@@ -144,9 +144,7 @@ static void _timers_sweep(_fdloop_t* loop, _fdloop_timer_t** chain, _fdloop_time
             link = &timer->next;
             continue;
         }
-        *link = timer->next;
-        if (loop->timer_head == timer)
-            loop->timer_head = timer->next;
+        *link = timer->next; /* never the head: that one has not run and is not deleted */
         if (*last_kept == timer)
             *last_kept = prev;
         _timer_del(loop->debug, timer);

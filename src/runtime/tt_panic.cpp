@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 
 #include "tt_console.h"
@@ -17,6 +18,8 @@ void tt_panic(char const* fmt, ...)
     va_start(ap, fmt);
     tt_vprintf(fmt, ap);
     va_end(ap);
+    // abort() does not: what has been recorded so far must not go with the process.
+    fflush(nullptr);
     tt_abort();
 }
 

@@ -79,6 +79,7 @@ bool FdloopUdpCon::transmit(sockaddr_in const* to, unsigned char const* data, un
 void FdloopUdpCon::setRxCallBack(RxCallBack const& cb)
 {
     m_rxCallBack = cb;
+    ++m_rxCallBackChanges;
 }
 
 void FdloopUdpCon::setBindGuard(std::shared_ptr<WaitPoint> guard)
@@ -107,6 +108,9 @@ bool FdloopUdpCon::countForPeriod()
 void FdloopUdpCon::rxDataReady()
 {
     std::weak_ptr<void> const lifetime = m_lifetime;
+    // Copies of the callbacks run: they may replace themselves or destroy the connection.
+    RxCallBack rxCallBack = m_rxCallBack;
+    uint32_t copiedChanges = m_rxCallBackChanges;
 
     for (unsigned count = 1; !lifetime.expired(); ++count) {
         // Datagrams that come faster than they are taken keep this drain going: CTRL-C must end it.
@@ -120,8 +124,11 @@ void FdloopUdpCon::rxDataReady()
         auto const* const from = reinterpret_cast<sockaddr const*>(&msg.addr);
         auto const len = static_cast<unsigned>(msg.len);
 
-        // Copies run: a callback may replace itself or destroy the connection.
-        if (RxCallBack const rxCallBack = m_rxCallBack)
+        if (copiedChanges != m_rxCallBackChanges) {
+            rxCallBack = m_rxCallBack;
+            copiedChanges = m_rxCallBackChanges;
+        }
+        if (rxCallBack)
             rxCallBack(from, msg.data, len);
         if (lifetime.expired())
             return;

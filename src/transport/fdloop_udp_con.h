@@ -44,6 +44,7 @@ private:
     int m_port;
     UdpSocket m_socket;
     RxCallBack m_rxCallBack;
+    uint32_t m_rxCallBackChanges = 0;
     RxCallBack m_periodicRxCallBack;
     uint32_t m_period = 0;
     std::shared_ptr<WaitPoint> m_bindGuard;

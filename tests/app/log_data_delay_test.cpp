@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <memory>
+#include <new>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "scoped_loop.h"
 #include "stepped_clock.h"
 #include "subscribe_all.h"
+#include "system_doubles.h"
 #include "tt_time.h"
 
 static constexpr uint32_t START_MS = 1000;
@@ -155,6 +157,14 @@ TYPED_TEST(LogDataDelayTest, dropsTheHeldRecordAtItsEnd)
     this->advance(250);
     EXPECT_TRUE(this->m_log->entries.empty());
     EXPECT_EQ(0, this->m_sent);
+}
+
+TYPED_TEST(LogDataDelayTest, throwsRatherThanWaitForeverWithoutMemory)
+{
+    this->startAt(0);
+
+    NoMemory const noMemory;
+    EXPECT_THROW(this->update(1), std::bad_alloc);
 }
 
 TYPED_TEST(LogDataDelayTest, needsNobodyToAskForTheNextRecord)

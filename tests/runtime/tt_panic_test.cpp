@@ -4,10 +4,12 @@
 #include <csignal>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "child_process.h"
+#include "temp_dir.h"
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat" // %m is the C library's own
@@ -41,6 +43,20 @@ TEST(TtPanic, comesBehindWhatTheStreamStillHolds)
     });
 
     EXPECT_EQ("before\nPanic: late\n", child.output);
+}
+
+TEST(TtPanic, keepsWhatWasWrittenToOtherStreams)
+{
+    TempDir const folder;
+    std::string const name = folder.file("log");
+    ChildResult const child = runInChild([&] {
+        FILE* const log = fopen(name.c_str(), "w");
+        fputs("log", log);
+        tt_panic("late\n");
+    });
+
+    EXPECT_EQ(SIGABRT, child.signal());
+    EXPECT_EQ((std::vector<unsigned char>{'l', 'o', 'g'}), readBytes(name));
 }
 
 TEST(TtAssertFailed, namesTheUnitAndTheLine)
