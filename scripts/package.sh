@@ -39,7 +39,7 @@ make_packages() {
 
     CXXFLAGS="$(flags CXXFLAGS) $(flags CPPFLAGS)" LDFLAGS=$(flags LDFLAGS) \
         cmake --preset $preset -B "$folder" -DCMAKE_INSTALL_PREFIX=/usr \
-        -DLOG_TOOL_PACKAGE_ARCHITECTURE="$architecture"
+        -DLOG_TOOL_STATIC_CXX=OFF -DLOG_TOOL_PACKAGE_ARCHITECTURE="$architecture"
     cmake --build "$folder" --target log_tool device_sim
 
     program=$(shared_libraries "$architecture" "$folder/src/app/log_tool")
