@@ -12,7 +12,8 @@ scripts/setup.sh test
 
 step "Format"
 git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
-git ls-files -co --exclude-standard '*.sh' | xargs shellcheck .ci/run
+git ls-files -co --exclude-standard '*.sh' '*.bash' |
+    xargs shellcheck .ci/run packaging/debian/{postinst,postrm,prerm}
 
 step "Build"
 cmake --preset default >build/configure.log

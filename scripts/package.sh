@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# Makes the Debian packages and lets lintian look at them. On a fresh Debian 12 it installs what it
+# needs.
+#
+#   scripts/package.sh [architecture]...    by default that of the machine and armhf
+#
+#   build/package/log-tool_<version>_<architecture>.deb          log_tool
+#   build/package/log-tool-utils_<version>_<architecture>.deb    its companion programs
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+packages=$PWD/build/package
+native=$(dpkg --print-architecture)
+
+# shared_libraries <architecture> <program>: the packages that hold what the program needs.
+shared_libraries() {
+    local architecture=$1 program=$2 type scratch
+    type=$(dpkg-architecture -a"$architecture" -qDEB_HOST_GNU_TYPE 2>/dev/null)
+    scratch=$(mktemp -d)
+    mkdir "$scratch/debian"
+    touch "$scratch/debian/control"
+    # The cross compiler's own copies of the libraries lie in packages of other names.
+    (cd "$scratch" && CC=$type-gcc dpkg-architecture -a"$architecture" -c \
+        dpkg-shlibdeps --warnings=0 -l"/usr/$type/lib" -O "$program") |
+        sed -e 's/^shlibs:Depends=//' -e "s/:$architecture//g" -e "s/-$architecture-cross//g"
+    rm -r "$scratch"
+}
+
+flags() {
+    DEB_HOST_ARCH=$architecture DEB_BUILD_MAINT_OPTIONS=hardening=+all dpkg-buildflags --get "$1"
+}
+
+make_packages() {
+    local architecture=$1 preset=default folder=$packages/$1 program companions
+    if [ "$architecture" != "$native" ]; then
+        scripts/build-armhf.sh sysroot
+        preset=armhf
+    fi
+
+    CXXFLAGS="$(flags CXXFLAGS) $(flags CPPFLAGS)" LDFLAGS=$(flags LDFLAGS) \
+        cmake --preset $preset -B "$folder" -DCMAKE_INSTALL_PREFIX=/usr \
+        -DLOG_TOOL_STATIC_CXX=OFF -DLOG_TOOL_PACKAGE_ARCHITECTURE="$architecture"
+    cmake --build "$folder" --target log_tool device_sim
+
+    program=$(shared_libraries "$architecture" "$folder/src/app/log_tool")
+    companions=$(shared_libraries "$architecture" "$folder/tools/device_sim/device_sim")
+    (cd "$folder" && cpack -B "$packages" \
+        -D CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS="$program, $sysusers" \
+        -D CPACK_DEBIAN_COMPANIONS_PACKAGE_DEPENDS="$companions")
+    rm -r "$packages/_CPack_Packages"
+    lintian --info --pedantic --fail-on warning \
+        "$packages"/log-tool{,-utils}_*_"$architecture".deb
+}
+
+# What makes the user of the recordings; a board without systemd has the second one.
+sysusers="systemd | systemd-standalone-sysusers | systemd-sysusers"
+
+[ $# -gt 0 ] || set -- "$native" armhf
+scripts/setup.sh build
+scripts/setup.sh package
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+export SOURCE_DATE_EPOCH
+rm -f "$packages"/*.deb
+for architecture; do
+    make_packages "$architecture"
+done
+ls -l "$packages"/*.deb

@@ -1,0 +1,200 @@
+#!/usr/bin/env bash
+# Installs the packages of scripts/package.sh, records with them and removes them. Needs root; on a
+# fresh Debian 12 it installs what it needs.
+#
+#   scripts/test-packages.sh [folder|boot|armhf]...    all by default
+#
+#   folder   in a fresh Debian 12 in a folder below build/, as on a board without systemd
+#   boot     in another one, booted as a container: systemd starts the recording, stops it, and
+#            starts it again after a crash
+#   armhf    below build/, with the packages that apt chooses for those of armhf, under emulation:
+#            all are unpacked only, as no installation script and no systemd runs there
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+packages=$PWD/build/package
+scratch=$PWD/build/package-test
+native=$(dpkg --print-architecture)
+boot_timeout_s=300
+
+fail() {
+    echo "test-packages: $*" >&2
+    exit 1
+}
+
+mirror() {
+    local uris
+    mapfile -t uris < <(apt-get indextargets --format "\$(REPO_URI)" 'Created-By: Packages' \
+        'Origin: Debian' 'Codename: bookworm' 'Component: main')
+    [ ${#uris[@]} -gt 0 ] || fail "apt knows no mirror of Debian 12; try apt-get update"
+    echo "${uris[0]}"
+}
+
+# fresh_debian <folder>: a copy of one that is made once.
+fresh_debian() {
+    if [ ! -d "$scratch/debian" ]; then
+        rm -rf "$scratch/debian.new"
+        debootstrap --variant=minbase bookworm "$scratch/debian.new" "$(mirror)" >"$scratch/log.txt"
+        chroot "$scratch/debian.new" apt-get -qq update
+        mv "$scratch/debian.new" "$scratch/debian"
+    fi
+    rm -rf "$1"
+    cp -a --reflink=auto "$scratch/debian" "$1"
+}
+
+# enter <folder>: "${inside[@]}" then runs a command in it.
+enter() {
+    inside=(chroot "$1" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C
+        DEBIAN_FRONTEND=noninteractive)
+}
+
+# install_packages <folder> <package>...: enters it; installs ours and others.
+install_packages() {
+    local folder=$1
+    shift
+    enter "$folder"
+    cp "$packages"/log-tool{,-utils}_*_"$native".deb "$folder/root"
+    "${inside[@]}" sh -c 'apt-get -qq install -y --no-install-recommends "$@" /root/*.deb' sh "$@" \
+        >"$scratch/log.txt" 2>&1 || fail "$(cat "$scratch/log.txt")"
+}
+
+# compare <log> <dump of the device>: all that the device has sent is in the log, and nothing else.
+compare() {
+    PYTHONPATH=tests/e2e python3 -B - "$@" <<'PYTHON'
+import pathlib
+import sys
+
+import codec
+
+log, dump = (pathlib.Path(name) for name in sys.argv[1:])
+sent = codec.parse_dump(dump.read_bytes())
+if not sent or log.read_bytes() != codec.recording(sent):
+    sys.exit(f"{log} is not what was sent")
+print(f"{log.name}: all of {len(sent)} records")
+PYTHON
+}
+
+wait_for() {
+    local _
+    for _ in {1..200}; do
+        ! "$@" || return 0
+        sleep 0.1
+    done
+    fail "never: $*"
+}
+
+# greeted <number>: so often on the timer, which it is once the device has ended.
+greeted() { [ "$(grep -c '^timeout: send hello' "$scratch/tool.txt")" -ge "$1" ]; }
+
+stop_jobs() {
+    local job
+    for job in $(jobs -p); do
+        kill "$job" 2>/dev/null || true
+    done
+}
+
+test_folder() {
+    local folder=$scratch/folder inside lines port device tool log
+    fresh_debian "$folder"
+    install_packages "$folder" systemd-standalone-sysusers
+    "${inside[@]}" getent passwd _log_tool
+
+    "${inside[@]}" install -d -o _log_tool /var/lib/log_tool
+    mkfifo "$folder/root/lines"
+    "${inside[@]}" device_sim --bind 127.0.0.1 --imu-rate 500 --count 1000 --dump /root/sent \
+        >"$folder/root/lines" &
+    device=$!
+    exec {lines}<"$folder/root/lines"
+    read -r -t 20 -u "$lines" _ _ port || fail "device_sim does not listen"
+    "${inside[@]}" setpriv --reuid=_log_tool --regid=_log_tool --clear-groups \
+        env STATE_DIRECTORY=/var/lib/log_tool \
+        /usr/libexec/log_tool/record "127.0.0.1:$port" >"$scratch/tool.txt" &
+    tool=$!
+    wait "$device"
+    wait_for greeted $(($(grep -c '^timeout: ' "$scratch/tool.txt") + 2))
+    kill -INT $tool
+    wait $tool
+    log=("$folder"/var/lib/log_tool/*.log)
+    compare "${log[0]}" "$folder/root/sent"
+
+    "${inside[@]}" dpkg --purge log-tool log-tool-utils >/dev/null
+    [ -z "$(find "$folder/usr" -name '*log_tool*')" ] || fail "files are left"
+    [ -e "${log[0]}" ] || fail "the log has gone with the package"
+    rm -rf "$folder"
+}
+
+test_boot() {
+    local folder=$scratch/boot inside log
+    fresh_debian "$folder"
+    install_packages "$folder" systemd dbus
+    "${inside[@]}" systemctl -q enable log_tool@127.0.0.1:5005
+    cp tests/install/booted.sh "$folder/root"
+    cat >"$folder/etc/systemd/system/check.service" <<'UNIT'
+[Service]
+Type=oneshot
+ExecStart=/bin/sh /root/booted.sh
+ExecStopPost=systemctl --no-block poweroff
+StandardOutput=append:/root/result
+StandardError=inherit
+
+[Install]
+WantedBy=multi-user.target
+UNIT
+    "${inside[@]}" systemctl -q enable check.service
+
+    timeout $boot_timeout_s systemd-nspawn --quiet --directory="$folder" --boot --register=no \
+        --keep-unit --private-network </dev/null >"$scratch/log.txt" 2>&1 ||
+        fail "no boot: $(tail "$scratch/log.txt")"
+    cat "$folder/root/result"
+    [ "$(tail -n 1 "$folder/root/result")" = passed ] || fail "failed when booted"
+
+    log=("$folder"/var/lib/log_tool/*.log)
+    compare "${log[0]}" "$folder/root/sent.1"
+    compare "${log[2]}" "$folder/root/sent.3"
+    compare "${log[3]}" "$folder/root/sent.4"
+    rm -rf "$folder"
+}
+
+# unpack_armhf <folder>: apt works on a state of its own, an ARM machine without packages.
+unpack_armhf() {
+    local folder=$1 package
+    rm -rf "$folder"
+    mkdir -p "$folder"/{etc/apt/preferences.d,var/lib/dpkg,var/lib/apt/lists/partial} \
+        "$folder/var/cache/apt/archives/partial"
+    touch "$folder/var/lib/dpkg/status"
+    echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $(mirror) bookworm main" \
+        >"$folder/etc/apt/sources.list"
+    local apt=(apt-get -qq -o Dir="$folder" -o Dir::State::status="$folder/var/lib/dpkg/status"
+        -o APT::Architecture=armhf -o APT::Architectures=armhf -o APT::Sandbox::User=root)
+    "${apt[@]}" update
+    "${apt[@]}" install -y --no-install-recommends --download-only systemd-standalone-sysusers \
+        "$packages"/log-tool{,-utils}_*_armhf.deb >"$scratch/log.txt"
+    for package in "$folder"/var/cache/apt/archives/*.deb \
+        "$packages"/log-tool{,-utils}_*_armhf.deb; do
+        dpkg -x "$package" "$folder"
+    done
+}
+
+test_armhf() {
+    local folder=$scratch/armhf program
+    unpack_armhf "$folder"
+    cmp packaging/record.sh "$folder/usr/libexec/log_tool/record"
+    for program in log_tool device_sim; do
+        printf '#!/bin/sh\nexec qemu-arm -L "%s" "%s" "$@"\n' "$folder" \
+            "$folder/usr/bin/$program" >"$scratch/$program"
+        chmod +x "$scratch/$program"
+    done
+    (cd tests/install && LOG_TOOL=$scratch/log_tool DEVICE_SIM=$scratch/device_sim \
+        PYTHONPATH=../e2e python3 -B -m unittest service_test man_test completion_test)
+    rm -rf "$folder"
+}
+
+[ "$(id -u)" -eq 0 ] || fail "needs root"
+scripts/setup.sh package-test
+mkdir -p "$scratch"
+trap stop_jobs EXIT
+[ $# -gt 0 ] || set -- folder boot armhf
+for part; do
+    printf '\n== %s\n' "$part"
+    "test_$part"
+done
