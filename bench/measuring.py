@@ -88,16 +88,16 @@ class Receiver:
 
     def __init__(self, command, place, is_child=False, core=TOOL_CORE):
         self._program = start_quietly(core, command, place)
+        self._is_child = is_child
         self.pid = self._program.pid
-        if is_child:
-            _wait_for(lambda: _child(self._program.pid))
-            self.pid = _child(self._program.pid)
         _wait_for(self._find_port)
 
     def _find_port(self):
         if self._program.poll() is not None:
             raise RuntimeError(f"{self._program.args} has ended")
         try:
+            if self._is_child:  # its parent may have had others before
+                self.pid = _child(self._program.pid)
             self.port = udp_socket(self.pid).port
         except (LookupError, OSError):
             return False
