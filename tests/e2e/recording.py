@@ -1,7 +1,5 @@
 """log_tool in record mode, and what a test can expect of it."""
 
-import os
-
 import codec
 from device import Device
 from program import DEVICE_SIM, LOG_TOOL, ProgramTest
@@ -37,22 +35,11 @@ class Recording:
     def take_over(self, datagrams):
         """Makes the test's device go on where another one, which has sent these, has ended."""
         self.foreign = datagrams
-        self.device.peer = ("127.0.0.1", self._udp_socket()[0])
+        self.device.peer = ("127.0.0.1", self.program.udp_socket().port)
 
     def lost(self):
         """How many datagrams the kernel has dropped because the program's queue was full."""
-        return self._udp_socket()[1]
-
-    def _udp_socket(self):
-        """The local port and the drops of the program's only UDP socket."""
-        links = f"/proc/{self.program.pid}/fd"
-        inodes = {os.readlink(f"{links}/{fd}") for fd in os.listdir(links)}
-        with open(f"/proc/{self.program.pid}/net/udp", encoding="ascii") as table:
-            for line in table.readlines()[1:]:
-                fields = line.split()
-                if f"socket:[{fields[9]}]" in inodes:
-                    return int(fields[1].split(":")[1], 16), int(fields[12])
-        raise LookupError("no UDP socket")
+        return self.program.udp_socket().drops
 
     def next_hello(self):
         """The line that announces the next hello, which the device has got."""
