@@ -63,14 +63,6 @@ def stream_until_killed(recording, rng):
     return taken
 
 
-def connect(recording):
-    while True:
-        try:
-            return recording.take_over([])
-        except (LookupError, FileNotFoundError):  # the program is still on its way
-            time.sleep(0.0005)
-
-
 def check_replay(test, log, first, whole):
     """Replays the end of a cut log, no more than the device's queue holds."""
     log = log[SIZES[first] :]
@@ -86,7 +78,7 @@ def kill_once(seed):
     rng = random.Random(seed)
     with prepared(ReplayTest) as test:
         recording = Recording(test, log="killed")
-        connect(recording)
+        recording.connect()
         taken = stream_until_killed(recording, rng)
         assert recording.program.wait() == -signal.SIGKILL, "it has ended by itself"
         log = test.read_file("killed")

@@ -6,6 +6,10 @@ that the program had taken from its queue when the signal was sent. Replaying: t
 and what was sent is the first records of the log, whole. Before the program holds the signal back,
 which is the first thing it does after reading its command line, CTRL-C ends it the usual way; such
 runs leave no log and are repeated.
+
+Then CTRL-C aimed at chosen instructions, of all there are and of those of the loop and its lists,
+with the C library checking its memory; and runs looked at before each of their instructions, at none
+of which CTRL-C may get in.
 """
 
 import itertools
@@ -22,6 +26,7 @@ from program import TIMEOUT_S
 from recording import INTERRUPTED, PACKET_HELLO, Recording
 from replay_test import HOUR_MS, log_of, numbered_records
 from replaying import ReplayTest
+from stepping import SteppedTest, list_work
 
 CONNECTED_S = 0.0005  # between two looks whether the program listens
 START_UP_S = 0.004  # more than it takes
@@ -74,7 +79,7 @@ class Stream:
             try:
                 self._recording.take_over([])
                 return True
-            except (LookupError, FileNotFoundError):  # it opens and closes others on its way
+            except (LookupError, FileNotFoundError):
                 wait_until(min(until, time.monotonic() + CONNECTED_S))
         return False
 
@@ -188,8 +193,30 @@ def total(results, name):
     return sum(result[name] for result in results)
 
 
+def step(job):
+    run, aim = job
+    with prepared(SteppedTest) as test:
+        return run(test, aim)
+
+
+def aim_all(report, name, run, options):
+    """Runs under the stepper: through every instruction, and struck at some of them."""
+    rng = random.Random(f"{options.seed} {name}")
+    for what, part in (("an instruction", ""), ("the loop's list work", list_work())):
+        whole = step((run, f"0{part}"))
+        aims = [f"{rng.randint(1, whole.before)}{part}" for _ in range(options.aims)]
+        struck = spread(step, [(run, aim) for aim in aims], options.processes)
+        report.exactly(f"CTRL-C aimed at {what} while {name}", len(struck), options.aims)
+        report.row("  different instructions hit", len({steps.struck for steps in struck}))
+        report.row("  instructions of a run", whole.counted)
+        unblocked = whole.unblocked + sum(steps.unblocked for steps in struck)
+        report.exactly("  of them open to CTRL-C", unblocked, 0)
+
+
 def main():
-    options = arguments(__doc__, runs=1000, processes=4, seed=random.randrange(1 << 32))
+    options = arguments(
+        __doc__, runs=1000, aims=100, processes=4, seed=random.randrange(1 << 32)
+    )
     print(f"--seed {options.seed}", file=sys.stderr)
     report = Report()
 
@@ -205,6 +232,9 @@ def main():
     report.exactly("CTRL-C while replaying: runs that ended well", len(replayed), options.runs)
     report.row("  records sent before it", total(replayed, "sent"))
     report.row("  ended the usual way, before it is held back", too_early)
+
+    aim_all(report, "recording", SteppedTest.step_recording, options)
+    aim_all(report, "replaying", SteppedTest.step_replay, options)
     report.end()
 
 

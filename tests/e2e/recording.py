@@ -1,8 +1,11 @@
 """log_tool in record mode, and what a test can expect of it."""
 
+import contextlib
+import time
+
 import codec
 from device import Device
-from program import DEVICE_SIM, LOG_TOOL, ProgramTest
+from program import DEVICE_SIM, LOG_TOOL, TIMEOUT_S, ProgramTest
 
 HELLO_EVERY_N_PACKETS = 50
 UNKNOWN = bytes(8)  # counted like any other datagram, but never recorded
@@ -10,6 +13,8 @@ UNKNOWN = bytes(8)  # counted like any other datagram, but never recorded
 # The receive queue holds some 200 KiB; the kernel charges a datagram about this much.
 QUEUE_SIZE = 140000
 DATAGRAM_OVERHEAD = 1024
+
+LOOK_S = 0.0005  # between two looks at what only shows in /proc
 
 TIMER_HELLO = "timeout: send hello"
 PACKET_HELLO = "send hello"
@@ -19,13 +24,14 @@ INTERRUPTED = ["", "CTRL-C Pressed"]
 class Recording:
     """A running log_tool that records into `log`, and the test's device."""
 
-    def __init__(self, test, log="log", device_port=None):
+    def __init__(self, test, log="log", device_port=None, wrapper=()):
         self._test = test
         self.log = log
         self.device = Device()
         test.addCleanup(self.device.close)
         port = self.device.port if device_port is None else device_port
-        self.program = test.start(LOG_TOOL, "-a", "127.0.0.1", "-p", str(port), log)
+        command = [LOG_TOOL, "-a", "127.0.0.1", "-p", str(port), log]
+        self.program = test.start(*wrapper, *command)
         self.foreign = []  # datagrams sent to the program by others than the device
 
     @property
@@ -36,6 +42,20 @@ class Recording:
         """Makes the test's device go on where another one, which has sent these, has ended."""
         self.foreign = datagrams
         self.device.peer = ("127.0.0.1", self.program.udp_socket().port)
+
+    def connect(self):
+        """Makes the device send without a hello, as soon as the program listens. False if that has
+        ended before."""
+        deadline = time.monotonic() + TIMEOUT_S
+        while self.program.is_running():
+            # Links vanish: the program opens and closes other files on its way.
+            with contextlib.suppress(LookupError, FileNotFoundError, PermissionError):
+                self.take_over([])
+                return True
+            if time.monotonic() > deadline:
+                self._test.fail(f"no socket: {self.program.errors}")
+            time.sleep(LOOK_S)
+        return False
 
     def lost(self):
         """How many datagrams the kernel has dropped because the program's queue was full."""
