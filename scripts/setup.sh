@@ -6,7 +6,7 @@
 set -euo pipefail
 
 build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev nlohmann-json3-dev
-       libgtest-dev)
+       libgtest-dev libbenchmark-dev)
 checkers=(clang-format clang-tidy cppcheck shellcheck valgrind)
 
 case ${1:-} in

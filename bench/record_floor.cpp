@@ -1,0 +1,122 @@
+// Records like log_tool, at the cost of the system calls and of one buffered write per frame: the
+// floor under what recording can cost. Command line and greetings are log_tool's.
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include <netinet/in.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+
+#include "bare_codec.h"
+#include "command_line.h"
+#include "frame_header.h"
+#include "hello.h"
+#include "packet_format.h"
+#include "record_types.h"
+
+static constexpr timeval HELLO_PERIOD = {1, 0};
+static constexpr unsigned HELLO_EVERY_N_PACKETS = 50;
+
+static volatile sig_atomic_t s_stop = 0;
+
+template <class Record>
+struct Frame
+{
+    FrameHeader header;
+    Record record;
+    uint32_t footer;
+};
+
+struct Greeter
+{
+    int fd;
+    sockaddr_in device;
+    unsigned datagrams; // since the last greeting that they caused
+};
+
+static void sayHello(Greeter const& greeter)
+{
+    sendto(greeter.fd, HELLO, sizeof HELLO, 0, reinterpret_cast<sockaddr const*>(&greeter.device),
+           sizeof greeter.device);
+    puts("send hello");
+}
+
+static void writeFrame(unsigned char const* datagram, size_t size, FILE* log)
+{
+    visitRecordType(datagram[0] - size_t{1}, [=](auto record) {
+        using Record = decltype(record);
+        if (size < packetSize<Record>())
+            abort();
+        BareReader reader(datagram + PACKET_HEADER_SIZE);
+        PacketFormat<Record>::fields(reader, record);
+
+        Frame<Record> const frame = {FRAME_HEADER<Record>, record, FRAME_FOOTER};
+        static_assert(sizeof frame == sizeof frame.header + sizeof record + sizeof frame.footer);
+        fwrite(&frame, sizeof frame, 1, log);
+    });
+}
+
+// Takes all that is queued. True when a greeting was said.
+static bool drain(Greeter& greeter, FILE* log)
+{
+    bool greeted = false;
+    while (s_stop == 0) {
+        unsigned char datagram[1600];
+        sockaddr_in from;
+        socklen_t fromSize = sizeof from;
+        ssize_t const size = recvfrom(greeter.fd, datagram, sizeof datagram, 0,
+                                      reinterpret_cast<sockaddr*>(&from), &fromSize);
+        if (size < 1)
+            break;
+        writeFrame(datagram, static_cast<size_t>(size), log);
+        if (++greeter.datagrams < HELLO_EVERY_N_PACKETS)
+            continue;
+        sayHello(greeter);
+        greeter.datagrams = 0;
+        greeted = true;
+    }
+    return greeted;
+}
+
+static void record(Greeter& greeter, FILE* log)
+{
+    timeval untilHello = {};
+    while (s_stop == 0) {
+        fd_set readable;
+        FD_ZERO(&readable);
+        FD_SET(greeter.fd, &readable);
+
+        // What is left of the time-out stays in it. A CTRL-C just before the wait is seen at its
+        // end.
+        int const ready = select(greeter.fd + 1, &readable, nullptr, nullptr, &untilHello);
+        if (ready == 0) {
+            printf("timeout: ");
+            sayHello(greeter);
+        }
+        if (ready == 0 || (ready > 0 && drain(greeter, log)))
+            untilHello = HELLO_PERIOD;
+    }
+}
+
+int main(int argc, char** argv)
+{
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    CommandLine line;
+    Greeter greeter = {};
+    greeter.device.sin_family = AF_INET;
+    parseCommandLine(argc, argv, line, greeter.device);
+
+    FILE* const log = fopen64(line.fileName, "w+");
+    greeter.fd = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0);
+    if (!log || greeter.fd == -1) {
+        perror(line.fileName);
+        return EXIT_FAILURE;
+    }
+    signal(SIGINT, [](int) { s_stop = 1; });
+    record(greeter, log);
+    puts("\nCTRL-C Pressed");
+    return fclose(log) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
