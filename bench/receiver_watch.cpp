@@ -12,6 +12,8 @@
 
 namespace fs = std::filesystem;
 
+static constexpr int ATTEMPTS = 10;
+
 static std::runtime_error receiverGone(uint16_t port)
 {
     return std::runtime_error("nobody receives on port " + std::to_string(port));
@@ -72,9 +74,8 @@ ReceiverWatch::~ReceiverWatch()
         close(fd);
 }
 
-ReceiverWatch::Socket ReceiverWatch::socket() const
+std::optional<ReceiverWatch::Socket> ReceiverWatch::find(std::string const& table) const
 {
-    std::string const table = contentOf(m_sockets);
     for (size_t at = table.find('\n'); at + 1 < table.size(); at = table.find('\n', at + 1)) {
         unsigned port = 0;
         Socket socket = {};
@@ -84,6 +85,16 @@ ReceiverWatch::Socket ReceiverWatch::socket() const
                                   &port, &socket.queue.bytes, &socket.inode, &socket.queue.drops);
         if (fields == 4 && port == m_port)
             return socket;
+    }
+    return std::nullopt;
+}
+
+ReceiverWatch::Socket ReceiverWatch::socket() const
+{
+    // While sockets of others come and go, the parts of the table may leave one out.
+    for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+        if (auto const found = find(contentOf(m_sockets)))
+            return *found;
     }
     throw receiverGone(m_port);
 }

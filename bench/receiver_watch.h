@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 /// Looks at the process that receives on a UDP port of this machine, through /proc. Throws
@@ -37,6 +38,7 @@ private:
         uint64_t inode;
     };
 
+    std::optional<Socket> find(std::string const& table) const;
     Socket socket() const;
 
     uint16_t m_port;

@@ -11,6 +11,7 @@ ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 BUILD = os.path.join(ROOT, "build", "default")
 LOG_TOOL = os.path.join(BUILD, "src", "app", "log_tool")
 DEVICE_SIM = os.path.join(BUILD, "tools", "device_sim", "device_sim")
+TARGETS = ["log_tool", "device_sim", "record_floor", "replay_floor", "load", "sink"]
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
@@ -24,7 +25,7 @@ def build():
     for command in (
         ["scripts/setup.sh", "build"],
         ["cmake", "--preset", "default"],
-        ["cmake", "--build", "--preset", "default", "--target", "log_tool", "device_sim"],
+        ["cmake", "--build", "--preset", "default", "--target", *TARGETS],
     ):
         done = subprocess.run(
             command, cwd=ROOT, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False

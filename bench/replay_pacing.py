@@ -10,27 +10,15 @@ import sys
 from replay_bench import Replay, build
 
 import codec
-from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
-
-RATES_HZ = {ImuData: 100, AttitudeData: 20, GnssPvt: 5, GnssData: 5, GenericData: 1}
-START_MS = 5000
+from pacing import MIX_HZ, drive
 
 EARLY_MS = 1.0  # the tool's clock counts whole milliseconds
 DRIFT_MS = 1.0
 
 
-def drive(seconds):
-    records = []
-    for type_, rate in RATES_HZ.items():
-        for number in range(seconds * rate):
-            records.append(type_.numbered(START_MS + number * 1000 // rate, number))
-    records.sort(key=lambda record: record.type.stamp(record))
-    return b"".join(map(codec.frame, records))
-
-
 def main():
     seconds = int(sys.argv[1]) if len(sys.argv) > 1 else 60
-    log = drive(seconds)
+    log = b"".join(map(codec.frame, drive(MIX_HZ, seconds)))
     build()
     replay = Replay(log)
     received = replay.received

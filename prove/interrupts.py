@@ -23,7 +23,7 @@ from proving import Report, arguments, prepared, spread
 
 from codec import datagram, frame
 from program import TIMEOUT_S
-from recording import INTERRUPTED, PACKET_HELLO, Recording
+from recording import INTERRUPTED, PACKET_HELLO, Recording, udp_socket
 from replay_test import HOUR_MS, log_of, numbered_records
 from replaying import ReplayTest
 from stepping import SteppedTest, list_work
@@ -71,7 +71,7 @@ class Stream:
         self._device.send(*DATAGRAMS[self.sent : self.sent + count])
 
     def look(self):
-        if self._recording.program.udp_socket().queued == 0:
+        if udp_socket(self._recording.program.pid).queued == 0:
             self.taken = self.sent
 
     def connect(self, until):

@@ -3,17 +3,20 @@
 #
 #   scripts/setup.sh build    to build the programs, run the demo and the unit tests
 #   scripts/setup.sh test     the same and the checkers of scripts/test.sh
+#   scripts/setup.sh bench    what bench/ needs, and the peers that it measures
 set -euo pipefail
 
 build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev nlohmann-json3-dev
        libgtest-dev libbenchmark-dev)
-checkers=(clang-format clang-tidy cppcheck shellcheck valgrind)
+checkers=(clang-format clang-tidy cppcheck shellcheck valgrind strace)
+measuring=(valgrind strace socat wireshark-common tcpreplay)
 
 case ${1:-} in
 build) packages=("${build[@]}") ;;
 test) packages=("${build[@]}" "${checkers[@]}") ;;
+bench) packages=("${build[@]}" "${measuring[@]}") ;;
 *)
-    echo "usage: $0 build|test" >&2
+    echo "usage: $0 build|test|bench" >&2
     exit 2
     ;;
 esac

@@ -219,9 +219,9 @@ def replay(log):
 NUMBER_AT = 12  # of a frame or datagram of a record with a number
 
 
-def numbered_log(stamp, count):
-    """A log of records numbered from 0, of all types in turn, with one time stamp."""
-    frames = [frame(type_.numbered(stamp, 0)) for type_ in TYPES.values()]
+def numbered_log(stamp, count, types=tuple(TYPES.values())):
+    """A log of records numbered from 0, of the types in turn, with one time stamp."""
+    frames = [frame(type_.numbered(stamp, 0)) for type_ in types]
     parts = [(data[:NUMBER_AT], data[NUMBER_AT + 4 :]) for data in frames]
     return b"".join(
         number.to_bytes(4, "little").join(parts[number % len(parts)]) for number in range(count)

@@ -10,7 +10,6 @@ import subprocess
 import tempfile
 import time
 import unittest
-from collections import namedtuple
 
 LOG_TOOL = os.environ.get("LOG_TOOL", "log_tool")
 DEVICE_SIM = os.environ.get("DEVICE_SIM", "device_sim")
@@ -21,9 +20,6 @@ TEST_TIMEOUT_S = 100
 # Some programs abort on purpose.
 resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
-
-# The local port, how many bytes wait to be received, and how many datagrams found no room.
-UdpSocket = namedtuple("UdpSocket", "port queued drops")
 
 _libc = ctypes.CDLL(None)
 _PR_SET_PDEATHSIG = 1
@@ -96,18 +92,6 @@ class Program:
 
     def interrupt(self):
         self.signal(signal.SIGINT)
-
-    def udp_socket(self):
-        """The state of the program's only UDP socket."""
-        links = f"/proc/{self.pid}/fd"
-        inodes = {os.readlink(f"{links}/{fd}") for fd in os.listdir(links)}
-        with open(f"/proc/{self.pid}/net/udp", encoding="ascii") as table:
-            for line in table.readlines()[1:]:
-                fields = line.split()
-                if f"socket:[{fields[9]}]" in inodes:
-                    port, queued = (int(fields[i].split(":")[1], 16) for i in (1, 4))
-                    return UdpSocket(port, queued, int(fields[12]))
-        raise LookupError("no UDP socket")
 
     def pause(self):
         self.signal(signal.SIGSTOP)

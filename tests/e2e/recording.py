@@ -1,7 +1,9 @@
 """log_tool in record mode, and what a test can expect of it."""
 
 import contextlib
+import os
 import time
+from collections import namedtuple
 
 import codec
 from device import Device
@@ -19,6 +21,23 @@ LOOK_S = 0.0005  # between two looks at what only shows in /proc
 TIMER_HELLO = "timeout: send hello"
 PACKET_HELLO = "send hello"
 INTERRUPTED = ["", "CTRL-C Pressed"]
+
+
+# The local port, how many datagrams found no room, and how many bytes wait.
+UdpSocket = namedtuple("UdpSocket", "port drops queued")
+
+
+def udp_socket(pid):
+    """The state of the process's only UDP socket."""
+    links = f"/proc/{pid}/fd"
+    inodes = {os.readlink(f"{links}/{fd}") for fd in os.listdir(links)}
+    with open(f"/proc/{pid}/net/udp", encoding="ascii") as table:
+        for line in table.readlines()[1:]:
+            fields = line.split()
+            if f"socket:[{fields[9]}]" in inodes:
+                port, queued = (int(fields[i].split(":")[1], 16) for i in (1, 4))
+                return UdpSocket(port, int(fields[12]), queued)
+    raise LookupError("no UDP socket")
 
 
 class Recording:
@@ -41,7 +60,7 @@ class Recording:
     def take_over(self, datagrams):
         """Makes the test's device go on where another one, which has sent these, has ended."""
         self.foreign = datagrams
-        self.device.peer = ("127.0.0.1", self.program.udp_socket().port)
+        self.device.peer = ("127.0.0.1", udp_socket(self.program.pid).port)
 
     def connect(self):
         """Makes the device send without a hello, as soon as the program listens. False if that has
@@ -59,7 +78,7 @@ class Recording:
 
     def lost(self):
         """How many datagrams the kernel has dropped because the program's queue was full."""
-        return self.program.udp_socket().drops
+        return udp_socket(self.program.pid).drops
 
     def next_hello(self):
         """The line that announces the next hello, which the device has got."""

@@ -9,7 +9,7 @@ from collections import namedtuple
 import codec
 from codec import datagram
 from program import LOG_TOOL
-from recording import INTERRUPTED, LOOK_S, Recording
+from recording import INTERRUPTED, LOOK_S, Recording, udp_socket
 from replay_test import HOUR_MS, log_of, numbered_records
 from replaying import ReplayTest, replay_command
 
@@ -72,7 +72,7 @@ class SteppedTest(ReplayTest):
     def wait_until_taken(self, recording):
         """How many datagrams the program has certainly taken: all, or none if it has ended."""
         try:
-            while recording.program.udp_socket().queued:
+            while udp_socket(recording.program.pid).queued:
                 time.sleep(LOOK_S)
         except (LookupError, FileNotFoundError, PermissionError):
             return 0
