@@ -7,13 +7,12 @@ The rate is found by short runs: from what the recorder takes when it is never l
 until the load, which is held back when the recorder's queue fills, keeps it.
 """
 
-from loading import RECORD_FLOOR, NumberedLog, Recorded, folder
+from loading import AS_FAST_AS_TAKEN, RECORD_FLOOR, NumberedLog, Recorded, folder
 from proving import Report, arguments
 
 from codec import ImuData
 from program import LOG_TOOL
 
-AS_FAST_AS_TAKEN = 10_000_000
 STEPS = (0.95, 0.9, 0.85, 0.8, 0.7, 0.6, 0.5, 0.4, 0.3, 0.2)
 KEPT = 0.99  # of the rate
 

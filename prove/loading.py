@@ -18,8 +18,10 @@ from recording import INTERRUPTED, PACKET_HELLO, TIMER_HELLO
 
 LOAD = os.path.join(BUILD, "bench", "load")
 RECORD_FLOOR = os.path.join(BUILD, "bench", "record_floor")
+SINK = os.path.join(BUILD, "bench", "sink")
 
 WARM_UP = 1000
+AS_FAST_AS_TAKEN = 10_000_000  # a second
 SAMPLE_S = 0.2
 BLOCK = 1 << 16  # records: two bytes of the number, the same in each block
 SPREAD_KIB = 256
