@@ -4,19 +4,22 @@
 #   scripts/setup.sh build    to build the programs, run the demo and the unit tests
 #   scripts/setup.sh test     the same and the checkers of scripts/test.sh
 #   scripts/setup.sh bench    what bench/ needs, and the peers that it measures
+#   scripts/setup.sh prove    what scripts/prove.sh needs
 set -euo pipefail
 
 build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev nlohmann-json3-dev
        libgtest-dev libbenchmark-dev)
 checkers=(clang-format clang-tidy cppcheck shellcheck valgrind strace)
 measuring=(valgrind strace socat wireshark-common tcpreplay)
+proving=(binutils bsdextrautils)
 
 case ${1:-} in
 build) packages=("${build[@]}") ;;
 test) packages=("${build[@]}" "${checkers[@]}") ;;
 bench) packages=("${build[@]}" "${measuring[@]}") ;;
+prove) packages=("${build[@]}" "${checkers[@]}" "${proving[@]}") ;;
 *)
-    echo "usage: $0 build|test|bench" >&2
+    echo "usage: $0 build|test|bench|prove" >&2
     exit 2
     ;;
 esac
