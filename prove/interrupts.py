@@ -99,12 +99,12 @@ def random_length(rng):
     return rng.uniform(0, START_UP_S if rng.random() < 0.25 else STREAM_S)
 
 
-def check_status(program, held_back, early_lines=()):
+def check_status(program, held_back):
     """Whether CTRL-C came late enough to count; then the run must have ended well."""
     status = program.wait()
     if status == -signal.SIGINT:
         assert not held_back, "ended by a signal that it holds back"
-        assert program.lines == list(early_lines), program.lines
+        assert program.lines == [], program.lines
         return False
     assert status == 0, f"status {status}: {program.errors}"
     assert program.lines[-2:] == INTERRUPTED, program.lines
@@ -207,7 +207,8 @@ def aim_all(report, name, run, options):
         aims = [f"{rng.randint(1, whole.before)}{part}" for _ in range(options.aims)]
         struck = spread(step, [(run, aim) for aim in aims], options.processes)
         report.exactly(f"CTRL-C aimed at {what} while {name}", len(struck), options.aims)
-        report.row("  different instructions hit", len({steps.struck for steps in struck}))
+        if part:  # elsewhere the same one lies at another address in each run
+            report.row("  different ones hit", len({steps.struck for steps in struck}))
         report.row("  instructions of a run", whole.counted)
         unblocked = whole.unblocked + sum(steps.unblocked for steps in struck)
         report.exactly("  of them open to CTRL-C", unblocked, 0)
