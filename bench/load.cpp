@@ -38,7 +38,7 @@ struct Options
 };
 
 // A recorder's queue holds some 200 KiB of this, unless it was told otherwise.
-static constexpr uint64_t QUEUE_LIMIT = 64 * 1024;
+static constexpr uint64_t QUEUE_LIMIT = 64 << 10;
 static constexpr int64_t POLL_NS = 20 * NS_PER_US;
 static constexpr int64_t SLOT_NS = NS_PER_MS;
 
@@ -219,7 +219,7 @@ static sockaddr_in waitForHello(DeviceSocket const& socket)
     return reception.from;
 }
 
-static void run(Options const& options)
+static void load(Options const& options)
 {
     prctl(PR_SET_TIMERSLACK, 1UL); // it sleeps for microseconds
     DeviceSocket const socket("127.0.0.1", options.port);
@@ -235,7 +235,7 @@ static void run(Options const& options)
     puts(Load(options, socket, receiver).run().dump().c_str());
 }
 
-int main(int argc, char** argv)
+static int run(int argc, char** argv)
 {
     Options options;
     CLI::App app{
@@ -256,11 +256,16 @@ int main(int argc, char** argv)
     app.add_option("--rate", options.rate,
                    "datagrams a second instead, as far as the recorder's queue has room");
     CLI11_PARSE(app, argc, argv);
+    load(options);
+    return EXIT_SUCCESS;
+}
+
+int main(int argc, char** argv)
+{
     try {
-        run(options);
+        return run(argc, argv);
     } catch (std::exception const& error) {
         fprintf(stderr, "load: %s\n", error.what());
         return EXIT_FAILURE;
     }
-    return EXIT_SUCCESS;
 }

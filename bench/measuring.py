@@ -26,6 +26,7 @@ from recording import udp_socket
 RECORD_FLOOR = os.path.join(BUILD, "bench", "record_floor")
 REPLAY_FLOOR = os.path.join(BUILD, "bench", "replay_floor")
 LOAD = os.path.join(BUILD, "bench", "load")
+MICRO = os.path.join(BUILD, "bench", "micro")
 SINK = os.path.join(BUILD, "bench", "sink")
 
 program.TIMEOUT_S = 600  # for the longest load
@@ -54,9 +55,12 @@ def on_core(core, *command):
 
 
 def cpu_ns(pid):
-    """The processor time of a process of one thread: exact while it sleeps, and when it ended."""
-    with open(f"/proc/{pid}/schedstat", encoding="ascii") as stat:
-        return int(stat.read().split()[0])
+    """The processor time of a process's threads: exact while they sleep, and when it ended."""
+    total = 0
+    for thread in os.listdir(f"/proc/{pid}/task"):
+        with open(f"/proc/{pid}/task/{thread}/schedstat", encoding="ascii") as stat:
+            total += int(stat.read().split()[0])
+    return total
 
 
 def _wait_for(condition):
@@ -69,20 +73,21 @@ def _child(pid):
         return next((int(child) for child in children.read().split()), None)
 
 
-class Recorder:
-    """A running recorder and a device that only takes its hellos: a load sends the records."""
+def start_quietly(core, command, place):
+    """A program whose output nobody reads: a pipe would fill up."""
+    return subprocess.Popen(
+        on_core(core, *command),
+        cwd=place,
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.DEVNULL,
+    )
 
-    def __init__(self, command, place, wrapper=(), is_child=False):
-        self._device = Device()
-        arguments = ["-a", "127.0.0.1", "-p", str(self._device.port)]
-        log = os.path.join(place, "log")
-        # Its hellos would fill a pipe that nobody reads while a load runs.
-        self._program = subprocess.Popen(
-            on_core(TOOL_CORE, *wrapper, *command, *arguments, log),
-            cwd=place,
-            stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL,
-        )
+
+class Receiver:
+    """A running program that receives on a UDP port until SIGINT, for a load to send to."""
+
+    def __init__(self, command, place, is_child=False, core=TOOL_CORE):
+        self._program = start_quietly(core, command, place)
         self.pid = self._program.pid
         if is_child:
             _wait_for(lambda: _child(self._program.pid))
@@ -112,10 +117,7 @@ class Recorder:
 
     def end(self):
         os.kill(self.pid, signal.SIGINT)
-        status = self._program.wait()
-        self._device.close()
-        if status != 0:
-            raise RuntimeError(f"exit status {status}")
+        return self._program.wait()
 
     def __enter__(self):
         return self
@@ -124,6 +126,25 @@ class Recorder:
         if self._program.poll() is None:
             self._program.kill()
             self._program.wait()
+
+
+class Recorder(Receiver):
+    """log_tool or its floor, recording, and a device that only takes its hellos."""
+
+    def __init__(self, command, place, wrapper=(), is_child=False, core=TOOL_CORE):
+        self._device = Device()
+        device = ["-a", "127.0.0.1", "-p", str(self._device.port)]
+        log = os.path.join(place, "log")
+        super().__init__([*wrapper, *command, *device, log], place, is_child, core)
+
+    def end(self):
+        status = super().end()
+        if status != 0:
+            raise RuntimeError(f"exit status {status}")
+        return status
+
+    def __exit__(self, *_):
+        super().__exit__()
         self._device.close()
 
 
@@ -148,22 +169,28 @@ def draining(recorder, count):
     return report["cpuNs"] / count
 
 
-def woken(recorder, count):
-    """ns per datagram when each one wakes the recorder."""
-    report = recorder.load(count, "--warm-up", "100", "--burst", "1")
+def woken(recorder, count, core=TOOL_CORE):
+    """ns per datagram when each one wakes the recorder. From another core it includes the way out
+    of that core's idleness, which on a virtual machine outweighs all else."""
+    report = recorder.load(count, "--warm-up", "100", "--burst", "1", core=core)
     return report["cpuNs"] / count
 
 
-class Replayed:
-    """A replay of a log file from start to end, to a sink."""
+def replay_to(port, command, log):
+    return [*command, "-a", "127.0.0.1", "-p", str(port), log]
 
-    def __init__(self, command, log, stamps=None, wrapper=()):
+
+class Replayed:
+    """A replay of a log file from start to end, to a sink. `arguments` makes the command line from
+    the sink's port, the command and the log."""
+
+    def __init__(self, command, log, stamps=None, wrapper=(), arguments=replay_to):
         with folder() as place:
             options = ["--stamps", stamps] if stamps else []
             sink = Program(on_core(OTHER_CORE, SINK, *options), place)
-            port = sink.read_line().removeprefix("listening on ")
-            arguments = ["-a", "127.0.0.1", "-p", port, log]
-            replay = Program(on_core(TOOL_CORE, *wrapper, *command, *arguments), place)
+            port = int(sink.read_line().removeprefix("listening on "))
+            line = arguments(port, [*wrapper, *command], log)
+            replay = Program(on_core(TOOL_CORE, *line), place)
             # Not collected yet: /proc still knows what it used.
             os.waitid(os.P_PID, replay.pid, os.WEXITED | os.WNOWAIT)
             self.cpu_ns = cpu_ns(replay.pid)

@@ -1,22 +1,26 @@
 #include "receiver_watch.h"
 
 #include <array>
-#include <cinttypes>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
+#include <iterator>
+#include <optional>
+#include <sstream>
 #include <stdexcept>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
 
-static constexpr int ATTEMPTS = 10;
-
 static std::runtime_error receiverGone(uint16_t port)
 {
     return std::runtime_error("nobody receives on port " + std::to_string(port));
+}
+
+static std::runtime_error receiverEnded(uint16_t port)
+{
+    return std::runtime_error("the receiver on port " + std::to_string(port) + " has ended");
 }
 
 static int openToRead(std::string const& name)
@@ -74,26 +78,45 @@ ReceiverWatch::~ReceiverWatch()
         close(fd);
 }
 
-std::optional<ReceiverWatch::Socket> ReceiverWatch::find(std::string const& table) const
+// The hexadecimal number there; 0 without a colon.
+static uint64_t behindColon(std::string const& word)
 {
-    for (size_t at = table.find('\n'); at + 1 < table.size(); at = table.find('\n', at + 1)) {
-        unsigned port = 0;
-        Socket socket = {};
-        int const fields = sscanf(table.c_str() + at + 1,
-                                  "%*d: %*8x:%4x %*8x:%*4x %*x %*x:%" SCNx64
-                                  " %*x:%*x %*x %*u %*u %" SCNu64 " %*d %*s %" SCNu64,
-                                  &port, &socket.queue.bytes, &socket.inode, &socket.queue.drops);
-        if (fields == 4 && port == m_port)
-            return socket;
+    size_t const colon = word.find(':');
+    return colon == std::string::npos ? 0 : std::stoull(word.substr(colon + 1), nullptr, 16);
+}
+
+static std::vector<std::string> wordsOf(std::string const& line)
+{
+    std::istringstream words(line);
+    return {std::istream_iterator<std::string>(words), {}};
+}
+
+static std::optional<ReceiverWatch::Socket> findSocket(std::string const& sockets, uint16_t port)
+{
+    enum
+    {
+        LOCAL = 1,  // address:port
+        QUEUES = 4, // sending:receiving
+        INODE = 9,
+        DROPS = 12,
+        WORDS
+    };
+    std::istringstream table(sockets);
+    for (std::string line; std::getline(table, line);) {
+        std::vector<std::string> const words = wordsOf(line);
+        if (words.size() == WORDS && behindColon(words[LOCAL]) == port)
+            return ReceiverWatch::Socket{{behindColon(words[QUEUES]), std::stoull(words[DROPS])},
+                                         std::stoull(words[INODE])};
     }
     return std::nullopt;
 }
 
 ReceiverWatch::Socket ReceiverWatch::socket() const
 {
-    // While sockets of others come and go, the parts of the table may leave one out.
-    for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
-        if (auto const found = find(contentOf(m_sockets)))
+    // While others make and close sockets, a reading may skip one.
+    static constexpr int READINGS = 20;
+    for (int i = 0; i < READINGS; ++i) {
+        if (auto const found = findSocket(contentOf(m_sockets), m_port))
             return *found;
     }
     throw receiverGone(m_port);
@@ -109,7 +132,7 @@ bool ReceiverWatch::isAsleep() const
     std::string const stat = contentOf(m_stat);
     size_t const nameEnd = stat.rfind(')'); // the name may hold anything
     if (nameEnd == std::string::npos)
-        throw receiverGone(m_port);
+        throw receiverEnded(m_port);
     return stat.compare(nameEnd, 3, ") S") == 0;
 }
 

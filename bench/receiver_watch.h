@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 
 /// Looks at the process that receives on a UDP port of this machine, through /proc. Throws
@@ -15,6 +14,12 @@ public:
     {
         uint64_t bytes; // waiting, as the kernel accounts them
         uint64_t drops; // datagrams that found the queue full, since the socket was made
+    };
+
+    struct Socket
+    {
+        Queue queue;
+        uint64_t inode;
     };
 
     explicit ReceiverWatch(uint16_t port);
@@ -32,13 +37,6 @@ public:
     uint64_t cpuNs() const;
 
 private:
-    struct Socket
-    {
-        Queue queue;
-        uint64_t inode;
-    };
-
-    std::optional<Socket> find(std::string const& table) const;
     Socket socket() const;
 
     uint16_t m_port;

@@ -11,7 +11,7 @@ ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 BUILD = os.path.join(ROOT, "build", "default")
 LOG_TOOL = os.path.join(BUILD, "src", "app", "log_tool")
 DEVICE_SIM = os.path.join(BUILD, "tools", "device_sim", "device_sim")
-TARGETS = ["log_tool", "device_sim", "record_floor", "replay_floor", "load", "sink"]
+TARGETS = ["log_tool", "device_sim", "record_floor", "replay_floor", "load", "sink", "micro"]
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
@@ -46,13 +46,13 @@ def peak_memory(program):
 class Replay:
     """A replay of a log of this content, from its start to its end."""
 
-    def __init__(self, log, stack_kib=None):
+    def __init__(self, log, stack_kib=None, tool=LOG_TOOL):
         with tempfile.TemporaryDirectory(prefix="log_tool-bench-") as self._folder:
             with open(os.path.join(self._folder, "log"), "wb") as file:
                 file.write(log)
             device, port = self._start_device()
             limits = ["prlimit", f"--stack={stack_kib * 1024}"] if stack_kib else []
-            self._run_tool([*limits, LOG_TOOL, "-r", "-a", "127.0.0.1", "-p", port, "log"])
+            self._run_tool([*limits, tool, "-r", "-a", "127.0.0.1", "-p", port, "log"])
             self.is_complete = device.wait() == 0
             self.received = json.loads(device.lines[-1])["received"]
 

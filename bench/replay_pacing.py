@@ -28,9 +28,10 @@ def main():
 
     count = received["total"]["count"]
     print(f"{count} records in {replay.seconds:.2f} s, late by (ms):")
-    print(f"{'':<12}{'min':>10}{'p50':>10}{'p99':>10}{'max':>10}")
+    shares = ("min", "p50", "p99", "max")
+    print(f"{'':<12}" + "".join(f"{key:>10}" for key in shares))
     for name, late in (("all", whole), ("first tenth", first), ("last tenth", last)):
-        print(f"{name:<12}" + "".join(f"{late[key]:>10.3f}" for key in ("min", "p50", "p99", "max")))
+        print(f"{name:<12}" + "".join(f"{late[key]:>10.3f}" for key in shares))
 
     problems = replay.problems()
     if whole["min"] < -EARLY_MS:

@@ -8,6 +8,7 @@ import statistics
 from measuring import (
     BURST,
     LOG_TOOL,
+    OTHER_CORE,
     RECORD_FLOOR,
     REPLAY_FLOOR,
     Recorder,
@@ -71,20 +72,25 @@ def measure_cpu(scale, record, replay):
     with folder() as floor_place, folder() as tool_place:
         drained = []
         wakes = []
+        far_wakes = []
         for number in range(scale.rounds):
             # New processes each round: memory lies differently in each.
             with Recorder([RECORD_FLOOR], floor_place) as floor, Recorder(
                 record, tool_place
             ) as tool:
                 order = (tool, floor) if number % 2 else (floor, tool)
-                ns = {recorder: draining(recorder, scale.drained) for recorder in order}
-                drained.append((ns[floor], ns[tool]))
-                ns = {recorder: woken(recorder, scale.woken) for recorder in order}
-                wakes.append((ns[floor], ns[tool]))
+                for results, measure in (
+                    (drained, lambda recorder: draining(recorder, scale.drained)),
+                    (wakes, lambda recorder: woken(recorder, scale.woken)),
+                    (far_wakes, lambda recorder: woken(recorder, scale.woken, OTHER_CORE)),
+                ):
+                    ns = {recorder: measure(recorder) for recorder in order}
+                    results.append((ns[floor], ns[tool]))
                 floor.end()
                 tool.end()
         print_ratios(f"record, bursts of {BURST}: CPU ns", drained)
         print_ratios("record, woken for each: CPU ns", wakes)
+        print_ratios("  the same, by another core", far_wakes)
 
         replays = interleaved(
             scale.rounds,
@@ -112,8 +118,11 @@ def measure_pacing(scale, replay):
 
 def print_counts(name, floor, tool):
     print(f"\n{name}")
-    print(f"{'  instructions in user space':<34}{floor.instructions:>11.1f}{tool.instructions:>11.1f}")
-    print(f"{'  allocations':<34}{floor.allocations:>11.3f}{tool.allocations:>11.3f}")
+    for label, of_floor, of_tool in (
+        ("instructions in user space", floor.instructions, tool.instructions),
+        ("allocations", floor.allocations, tool.allocations),
+    ):
+        print(f"{'  ' + label:<34}{of_floor:>11.3f}{of_tool:>11.3f}")
     for call in sorted(floor.calls | tool.calls):
         row = f"{floor.calls.get(call, 0):>11.3f}{tool.calls.get(call, 0):>11.3f}"
         print(f"{'  ' + call:<34}{row}{'  (reads the clock)' if call == CLOCK_CALL else ''}")
@@ -145,7 +154,7 @@ def measure_memory(scale, record):
     end = codec.frame(codec.GenericData.numbered(300, 0))  # holds the replay while it is looked at
     print(f"\n{'peak of resident memory (KiB)':<34}{'floor rec':>11}{'record':>11}{'replay':>11}")
     for length in scale.lengths:
-        replay = Replay(codec.numbered_log(0, length - 1) + end)
+        replay = Replay(codec.numbered_log(0, length - 1) + end, tool=record[0])
         for problem in replay.problems():
             print(f"replay of {length}: {problem}")
         peaks = record_peak([RECORD_FLOOR], length), record_peak(record, length), replay.peak_kib

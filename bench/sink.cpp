@@ -90,7 +90,7 @@ static Received receiveUntilSignal(DeviceSocket const& socket, sigset_t const& e
     return received;
 }
 
-static void run(Options const& options)
+static void receive(Options const& options)
 {
     sigset_t end;
     sigemptyset(&end);
@@ -109,18 +109,16 @@ static void run(Options const& options)
     fflush(stdout);
     Received const received = receiveUntilSignal(socket, end, stamps, options.isNumbered);
 
-    nlohmann::json const report = {
-        {"received", received.count},  {"bytes", received.bytes},
-        {"wrong", received.wrong},     {"lastNumber", received.number - 1},
-        {"firstNs", received.firstNs}, {"lastNs", received.lastNs},
-        {"dropped", received.dropped}};
+    nlohmann::json const report = {{"received", received.count}, {"bytes", received.bytes},
+                                   {"wrong", received.wrong},    {"firstNs", received.firstNs},
+                                   {"lastNs", received.lastNs},  {"dropped", received.dropped}};
     puts(report.dump().c_str());
     if (stamps && fclose(stamps) != 0)
         throw std::system_error(errno, std::generic_category(),
                                 "cannot write " + options.stampsFile);
 }
 
-int main(int argc, char** argv)
+static int run(int argc, char** argv)
 {
     Options options;
     CLI::App app{"Counts the datagrams of a replay, until SIGINT or SIGTERM, and reports them as "
@@ -132,11 +130,16 @@ int main(int argc, char** argv)
     app.add_flag("--numbered", options.isNumbered,
                  "they are the load's records of one log: count what is anything else");
     CLI11_PARSE(app, argc, argv);
+    receive(options);
+    return EXIT_SUCCESS;
+}
+
+int main(int argc, char** argv)
+{
     try {
-        run(options);
+        return run(argc, argv);
     } catch (std::exception const& error) {
         fprintf(stderr, "sink: %s\n", error.what());
         return EXIT_FAILURE;
     }
-    return EXIT_SUCCESS;
 }

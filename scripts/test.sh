@@ -25,6 +25,9 @@ cppcheck --quiet --std=c++17 --enable=warning,performance,portability --inline-s
 git ls-files -co --exclude-standard 'src/*.cpp' 'tools/*.cpp' 'bench/*.cpp' |
     xargs -n 1 -P "$jobs" clang-tidy -p build/default --quiet
 
+step "Cost"
+bench/guard.py
+
 step "Tests with AddressSanitizer and UndefinedBehaviorSanitizer"
 cmake --preset sanitize >build/configure.log
 cmake --build --preset sanitize
