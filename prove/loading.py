@@ -53,13 +53,14 @@ class Memory:
 
     def sample_while(self, process):
         while process.poll() is None:
+            time.sleep(SAMPLE_S)  # first: it has not yet started
             with contextlib.suppress(FileNotFoundError, ProcessLookupError, IndexError):
                 self.samples.append(resident_kib(self._pid))
-            time.sleep(SAMPLE_S)
 
     def report(self, report, what):
         """Rows that tell whether the last tenth needs more than the first."""
-        samples = [size for size in self.samples if size]
+        samples = [size for size in self.samples if size]  # 0 when it has just ended
+        assert samples, "too short a run to look at its memory"
         tenth = max(1, len(samples) // 10)
         first, last = max(samples[:tenth]), max(samples[-tenth:])
         report.row(f"  resident memory {what}, first tenth, KiB", first)

@@ -40,7 +40,10 @@ extern "C" long syscall(long number, ...)
 
     long const result = real(number, arguments[0], arguments[1], arguments[2], arguments[3],
                              arguments[4], arguments[5]);
-    if (result == 0 && number == SYS_clock_gettime && arguments[0] == CLOCK_MONOTONIC)
-        shift(*reinterpret_cast<timespec*>(arguments[1]));
+    if (result == 0 && number == SYS_clock_gettime && arguments[0] == CLOCK_MONOTONIC) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): a system call's pointers come as numbers
+        auto* const now = reinterpret_cast<timespec*>(arguments[1]);
+        shift(*now);
+    }
     return result;
 }

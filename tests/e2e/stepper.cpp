@@ -50,7 +50,7 @@ struct Part
     exit(1);
 }
 
-static long trace(int request, pid_t pid, void* address, uintptr_t data)
+static long trace(int request, pid_t pid, uintptr_t address, uintptr_t data)
 {
     long const result = ptrace(static_cast<__ptrace_request>(request), pid, address, data);
     if (result == -1)
@@ -61,8 +61,7 @@ static long trace(int request, pid_t pid, void* address, uintptr_t data)
 static bool isInterruptBlocked(pid_t pid)
 {
     uint64_t mask = 0; // the kernel's, not a sigset_t
-    void* const size = reinterpret_cast<void*>(sizeof mask);
-    trace(PTRACE_GETSIGMASK, pid, size, reinterpret_cast<uintptr_t>(&mask));
+    trace(PTRACE_GETSIGMASK, pid, sizeof mask, reinterpret_cast<uintptr_t>(&mask));
     return (mask & uint64_t{1} << (SIGINT - 1)) != 0;
 }
 
@@ -70,8 +69,7 @@ static uint64_t programCounter(pid_t pid)
 {
     user_regs_struct registers = {};
     iovec part = {&registers, sizeof registers};
-    void* const set = reinterpret_cast<void*>(uintptr_t{NT_PRSTATUS});
-    trace(PTRACE_GETREGSET, pid, set, reinterpret_cast<uintptr_t>(&part));
+    trace(PTRACE_GETREGSET, pid, NT_PRSTATUS, reinterpret_cast<uintptr_t>(&part));
 #if defined(__x86_64__)
     return registers.rip;
 #elif defined(__aarch64__)
@@ -95,10 +93,11 @@ static Part executable(pid_t pid)
     Part part = {};
     char line[8192];
     while (fgets(line, sizeof line, maps)) {
-        unsigned long long start = 0;
-        unsigned long long end = 0;
-        if (!strstr(line, path) || sscanf(line, "%llx-%llx", &start, &end) != 2)
+        char* rest = nullptr;
+        uint64_t const start = strtoull(line, &rest, 16);
+        if (!strstr(line, path) || *rest != '-')
             continue;
+        uint64_t const end = strtoull(rest + 1, nullptr, 16);
         if (part.start == 0)
             part.start = start;
         part.size = end - part.start;
@@ -175,7 +174,7 @@ private:
     // To the next stop. A signal that comes in between is handed on.
     void resume(int request)
     {
-        trace(request, m_pid, nullptr, m_signal);
+        trace(request, m_pid, 0, m_signal);
         int status = 0;
         while (waitpid(m_pid, &status, __WALL) != m_pid) {
             if (errno != EINTR)
@@ -199,7 +198,7 @@ private:
     void letGo()
     {
         writeReport(programCounter(m_pid));
-        trace(PTRACE_DETACH, m_pid, nullptr, m_signal);
+        trace(PTRACE_DETACH, m_pid, 0, m_signal);
     }
 
     void countIfUnblocked()
@@ -250,8 +249,8 @@ private:
 static void attach(pid_t pid, int ready)
 {
     int status = 0;
-    trace(PTRACE_SEIZE, pid, nullptr, PTRACE_O_TRACESYSGOOD);
-    trace(PTRACE_INTERRUPT, pid, nullptr, 0);
+    trace(PTRACE_SEIZE, pid, 0, PTRACE_O_TRACESYSGOOD);
+    trace(PTRACE_INTERRUPT, pid, 0, 0);
     if (waitpid(pid, &status, __WALL) != pid || !WIFSTOPPED(status))
         fail("attach");
     if (write(ready, "", 1) != 1)
