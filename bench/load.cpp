@@ -153,15 +153,18 @@ private:
         uint64_t sent = 0;
         for (int64_t slot = start; sent < count; slot += SLOT_NS) {
             sleepUntil(slot);
-            holdBack();
             // In this order no product of 64 bits is exceeded for a thousand years.
             auto const passedUs = static_cast<uint64_t>((now() - start) / NS_PER_US);
-            uint64_t const due =
-                passedUs / 1000000 * m_options.rate + passedUs % 1000000 * m_options.rate / 1000000;
-            // No more at a time than surely find room: what is late stays due.
-            uint64_t const size = std::min({due - std::min(due, sent), count - sent, BATCH_LIMIT});
-            sendBackToBack(size);
-            sent += size;
+            uint64_t const due = std::min(passedUs / 1000000 * m_options.rate +
+                                              passedUs % 1000000 * m_options.rate / 1000000,
+                                          count);
+            while (sent < due) {
+                holdBack();
+                // No more at a time than surely find room.
+                uint64_t const size = std::min(due - sent, BATCH_LIMIT);
+                sendBackToBack(size);
+                sent += size;
+            }
         }
     }
 

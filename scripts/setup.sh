@@ -4,6 +4,7 @@
 #   scripts/setup.sh build    to build the programs, run the demo and the unit tests
 #   scripts/setup.sh test     the same and the checkers of scripts/test.sh
 #   scripts/setup.sh bench    what bench/ needs, and the peers that it measures
+#   scripts/setup.sh prove    what scripts/prove.sh needs
 #   scripts/setup.sh armhf    to build the programs for a 32-bit ARM board and run their tests here
 #   scripts/setup.sh package  to make the Debian packages
 #   scripts/setup.sh package-test    to install and run them
@@ -14,6 +15,7 @@ build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev nlohmann-json3-de
 checkers=(clang-format clang-tidy cppcheck shellcheck valgrind strace clang libclang-rt-dev llvm
           mandoc groff-base)
 measuring=(valgrind strace socat wireshark-common tcpreplay)
+proving=(binutils bsdextrautils)
 package=(dpkg-dev file gzip lintian)
 package_test=(debootstrap systemd-container qemu-user mandoc groff-base python3)
 armhf=(g++-arm-linux-gnueabihf cmake ninja-build python3 googletest qemu-user)
@@ -22,11 +24,12 @@ case ${1:-} in
 build) packages=("${build[@]}") ;;
 test) packages=("${build[@]}" "${checkers[@]}") ;;
 bench) packages=("${build[@]}" "${measuring[@]}") ;;
+prove) packages=("${build[@]}" "${checkers[@]}" "${proving[@]}") ;;
 armhf) packages=("${armhf[@]}") ;;
 package) packages=("${package[@]}") ;;
 package-test) packages=("${package_test[@]}") ;;
 *)
-    echo "usage: $0 build|test|bench|armhf|package|package-test" >&2
+    echo "usage: $0 build|test|bench|prove|armhf|package|package-test" >&2
     exit 2
     ;;
 esac

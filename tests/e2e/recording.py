@@ -37,7 +37,8 @@ def udp_socket(pid):
             fields = line.split()
             if f"socket:[{fields[9]}]" in inodes:
                 port, queued = (int(fields[i].split(":")[1], 16) for i in (1, 4))
-                return UdpSocket(port, int(fields[12]), queued)
+                if port != 0:  # else it is on its way in or out
+                    return UdpSocket(port, int(fields[12]), queued)
     raise LookupError("no UDP socket")
 
 

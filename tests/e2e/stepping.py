@@ -1,0 +1,94 @@
+"""log_tool under the stepper, which interrupts it at one chosen instruction."""
+
+import os
+import re
+import subprocess
+import time
+from collections import namedtuple
+
+import codec
+from codec import datagram
+from program import LOG_TOOL
+from recording import INTERRUPTED, LOOK_S, Recording, udp_socket
+from replay_test import HOUR_MS, log_of, numbered_records
+from replaying import ReplayTest, replay_command
+
+STEPPER = os.environ.get("STEPPER", "stepper")
+
+COUNT = 10  # records of a run
+GAP_MS = 20  # so that even under the stepper a replay waits for each
+RECORDS = numbered_records(range(0, COUNT * GAP_MS, GAP_MS))
+
+# Memory that is misused ends the program; what was freed and what is fresh is no zeros.
+CHECKED_MEMORY = ("LD_PRELOAD=libc_malloc_debug.so.0", "MALLOC_CHECK_=3", "MALLOC_PERTURB_=165")
+# The dynamic linker's work, which is most of a short run, is done before the program's.
+BOUND_AT_ONCE = "LD_BIND_NOW=1"
+
+LIST_WORK = re.compile(r"^([0-9a-f]+) ([0-9a-f]+) [tT] _?(?:fdloop|fd|timer|timers)_")
+
+# Instructions that counted, those of them before SIGINT came, those at which it was not blocked, and
+# the one at which it came.
+Steps = namedtuple("Steps", "counted before unblocked struck")
+
+
+def list_work():
+    """The aim's part that counts only the instructions of the loop and its lists."""
+    table = subprocess.run(
+        ["nm", "--print-size", "--demangle", LOG_TOOL], capture_output=True, check=True, text=True
+    )
+    functions = map(LIST_WORK.match, table.stdout.splitlines())
+    return "@" + ",".join(f"{found[1]}+{found[2]}" for found in functions if found)
+
+
+def aims_nowhere(aim):
+    return str(aim).split("@", maxsplit=1)[0] == "0"
+
+
+class SteppedTest(ReplayTest):
+    def wrapper(self, aim):
+        return [STEPPER, "report", str(aim), "env", BOUND_AT_ONCE, *CHECKED_MEMORY]
+
+    def steps(self):
+        lines = dict(line.split() for line in self.read_file("report").decode().splitlines())
+        counts = (int(lines[name]) for name in ("steps", "before", "unblocked"))
+        return Steps(*counts, lines["struck"])
+
+    def step_recording(self, aim):
+        """A recording that is interrupted at an instruction, or stepped through with an aim of 0."""
+        recording = Recording(self, wrapper=self.wrapper(aim))
+        taken = 0
+        if recording.connect():
+            recording.device.send(*map(datagram, RECORDS))
+            taken = self.wait_until_taken(recording)
+        if aims_nowhere(aim):
+            recording.program.interrupt()
+        recording.check_end(0, INTERRUPTED)
+        recorded = codec.parse_frames(self.read_file("log"))
+        self.assertEqual(RECORDS[: len(recorded)], recorded)
+        self.assertGreaterEqual(len(recorded), taken)
+        recording.program.close()
+        return self.steps()
+
+    def wait_until_taken(self, recording):
+        """How many datagrams the program has certainly taken: all, or none if it has ended."""
+        try:
+            while udp_socket(recording.program.pid).queued:
+                time.sleep(LOOK_S)
+        except (LookupError, FileNotFoundError, PermissionError):
+            return 0
+        return len(recording.sent)
+
+    def step_replay(self, aim):
+        """A replay that is interrupted at an instruction, or stepped through with an aim of 0."""
+        log = log_of([*RECORDS, RECORDS[-1].type.numbered(HOUR_MS, COUNT)])
+        self.write_file("log", log)
+        program = self.start(*self.wrapper(aim), *replay_command(self.device, "log"))
+        received = self.receive(COUNT) if aims_nowhere(aim) else []
+        if aims_nowhere(aim):
+            program.interrupt()
+        self.assert_end(program, INTERRUPTED)
+        received += [data for data, _ in self.device.received()]
+        self.assertEqual(list(map(datagram, RECORDS[: len(received)])), received)
+        self.assertEqual(log, self.read_file("log"))
+        program.close()
+        return self.steps()
