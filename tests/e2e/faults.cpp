@@ -68,7 +68,8 @@ __attribute__((constructor)) static void startAlarm()
 {
     auto const us = static_cast<suseconds_t>(variable("FAULT_ALARM_US"));
     struct sigaction action = {};
-    action.sa_handler = onAlarm; // without SA_RESTART
+    action.sa_handler = onAlarm;
+    action.sa_flags = SA_RESTART; // of reads and writes; a wait is cut short all the same
     itimerval const period = {{0, us}, {0, us}};
 
     if (us != 0 && (sigaction(SIGALRM, &action, nullptr) != 0 ||
