@@ -7,7 +7,7 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev nlohmann-json3-dev
        libgtest-dev)
-checkers=(clang-format clang-tidy cppcheck shellcheck valgrind)
+checkers=(clang-format clang-tidy cppcheck gcovr shellcheck valgrind)
 
 case ${1:-} in
 build) packages=("${build[@]}") ;;

@@ -4,12 +4,12 @@
 #include <string>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "captured_output.h"
 #include "child_process.h"
 #include "fdloop_udp_con.h"
 #include "loopback_device.h"
+#include "no_descriptors.h"
 #include "test_loop.h"
 
 static Bytes const GREETING = {0x68, 0x65, 0x6A, 0x00};
@@ -279,14 +279,11 @@ TEST_F(LogControllerTest, goesOnWhenARecordCannotBeSent)
 TEST_F(LogControllerTest, justSendsNothingWhenTheConnectionCannotBeOpened)
 {
     ChildResult const result = runInChild([this] {
-        rlimit before = {};
-        getrlimit(RLIMIT_NOFILE, &before);
-        rlimit const none = {0, before.rlim_max};
         LogController controller(m_connection, std::make_unique<ListeningReceiver>(*m_address));
-
-        setrlimit(RLIMIT_NOFILE, &none);
-        controller.initialize();
-        setrlimit(RLIMIT_NOFILE, &before);
+        {
+            NoDescriptors const noDescriptors;
+            controller.initialize();
+        }
         controller.send(Sample<GenericData>::RECORD);
     });
     EXPECT_EQ(0, result.exitCode());

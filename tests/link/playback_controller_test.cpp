@@ -5,12 +5,12 @@
 #include <string>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "captured_output.h"
 #include "child_process.h"
 #include "fdloop_udp_con.h"
 #include "loopback_device.h"
+#include "no_descriptors.h"
 #include "record_log.h"
 #include "subscribe_all.h"
 #include "test_loop.h"
@@ -251,10 +251,8 @@ TEST(PlaybackController, leavesTheConnectionAloneWhenMadeAndDestroyed)
 TEST(PlaybackController, justReceivesNothingWhenTheConnectionCannotBeOpened)
 {
     ChildResult const result = runInChild([] {
-        rlimit const none = {};
         PlaybackController controller(std::make_shared<FdloopUdpCon>(testLoop(), 0));
-
-        setrlimit(RLIMIT_NOFILE, &none);
+        NoDescriptors const noDescriptors;
         controller.initialize();
     });
     EXPECT_EQ(0, result.exitCode());

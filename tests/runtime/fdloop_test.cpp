@@ -20,6 +20,7 @@
 #include "child_process.h"
 #include "descriptors.h"
 #include "fdloop_handle.h"
+#include "no_descriptors.h"
 #include "scoped_loop.h"
 #include "signals.h"
 #include "system_doubles.h"
@@ -938,8 +939,7 @@ TEST_F(FdloopSignal, ignoresAShortRead)
 TEST_F(FdloopSignal, staysBlockedWhenThereIsNoDescriptorForIt)
 {
     ChildResult const child = runInChild([this] {
-        rlimit const none = {};
-        setrlimit(RLIMIT_NOFILE, &none);
+        NoDescriptors const noDescriptors;
         int const fd = fdloop_register_signal(loop, record, SIGUSR1);
         printf("%s, %s, %d entries", fd < 0 ? "negative" : "a descriptor",
                ScopedSignals::isBlocked(SIGUSR1) ? "blocked" : "not blocked", loop->fd_count);
@@ -1139,8 +1139,7 @@ TEST_F(FdloopSignal, inWaitLetsNoOtherBlockedSignalIn)
         ScopedSignals::handle(SIGUSR2, handle);
         ScopedSignals::handle(SIGALRM, handle);
         fdloop_signal_in_wait(loop, SIGUSR1);
-        rlimit const none = {};
-        setrlimit(RLIMIT_NOFILE, &none);
+        NoDescriptors const noDescriptors;
         fdloop_register_signal(loop, record, SIGALRM); // fails, and leaves it blocked
 
         raise(SIGUSR2);
