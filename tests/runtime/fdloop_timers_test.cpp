@@ -479,7 +479,7 @@ static std::string logged(char const* fmt, Arguments... arguments)
 {
     char message[80];
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the formats are those of the tests below
     snprintf(message, sizeof message, fmt, arguments...);
 #pragma GCC diagnostic pop
     return std::string("09:05:07   DEBUG: ") + message;

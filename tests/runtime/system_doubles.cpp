@@ -43,7 +43,6 @@ FakeTerminal::~FakeTerminal()
 }
 
 // The names are the linker's.
-// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 int __real_gettimeofday(timeval* now, void* zone);
 void* __real_malloc(size_t size);
@@ -102,4 +101,3 @@ int __wrap_tcsetattr(int fd, int action, termios const* settings)
     return s_terminal->setResult;
 }
 }
-// NOLINTEND(bugprone-reserved-identifier)

@@ -10,7 +10,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include "captured_output.h"
@@ -18,6 +17,7 @@
 #include "fdloop_udp_con_factory.h"
 #include "logged_output.h"
 #include "loopback_peer.h"
+#include "no_descriptors.h"
 #include "scoped_loop.h"
 #include "signals.h"
 #include "socket_doubles.h"
@@ -79,8 +79,7 @@ TEST_F(FdloopUdpConTest, openFailsWithoutDescriptors)
 {
     ChildResult const child = runInChild([this] {
         FakeRealTime const clock(LOG_TIME);
-        rlimit const none = {};
-        setrlimit(RLIMIT_NOFILE, &none);
+        NoDescriptors const noDescriptors;
         bool const opened = con->open();
         printf("|%d %d", opened, loop->fd_count);
     });
