@@ -3,10 +3,11 @@
     mutation.py [--list] [--all] [--only <part of a name>]...
 
 Works in copies of the tree below build/mutation, two at a time. A break is tried on the unit tests
-of its layer, then of the layers above it, then on whole programs; the first failure, crash or run
-over the time limit finds it. One that does not compile does not count. Prints a row of name, figure
-and bound; what was tried and which breaks were missed goes to standard error. The exit status is 1
-when too few are found, or when one is missed without a reason in missed.txt.
+of its layer, then of the layers above it, then on whole programs. The first failure, crash or run
+over the time limit finds it; a failure must come twice, so that a busy machine finds nothing. One
+that does not compile does not count. Prints a row of name, figure and bound; what was tried and
+which breaks were missed goes to standard error. The exit status is 1 when too few are found, or
+when one is missed without a reason in missed.txt.
 """
 
 import argparse
@@ -45,8 +46,9 @@ TESTED_BY = {
 MAIN = "src/app/main.cpp"  # in no unit test
 PROGRAM_TESTS = ("command_line", "record", "replay", "hello", "interrupt", "broken_log")
 
-UNIT_LIMIT_S = 30  # the slowest takes 6
+UNIT_LIMIT_S = 40  # the slowest takes 6
 PROGRAM_LIMIT_S = 90  # the slowest takes 16
+OVER_LIMIT = "time limit"
 BUILD_LIMIT_S = 300
 MEMORY_LIMIT = 4 << 30  # also ends a loop that allocates
 
@@ -90,14 +92,23 @@ def source_files():
     return [name for name in listed.stdout.splitlines() if (ROOT / name).is_file()]
 
 
+def repeated(tests):
+    """The failure of the tests if it comes again; one over the limit has had time enough."""
+    failure = tests()
+    return tests() if failure and OVER_LIMIT not in failure else failure
+
+
 class Copy:
     """A copy of the tree, and its build."""
 
     def __init__(self, number):
         self._tree = OUT / str(number)
         self._build = self._tree / "build"
+        self._device_sim = self._tree / "device_sim"  # never a broken one
         self._update()
         self._configure()
+        self._make("device_sim")
+        shutil.copy2(self._build / "tools" / "device_sim" / "device_sim", self._device_sim)
 
     def _update(self):
         """Only files that differ are written: the others need not be compiled again."""
@@ -138,17 +149,15 @@ class Copy:
         return Run(arguments, folder, {**os.environ, **environment}, limit)
 
     def _unit_tests(self, layer):
-        self._make(f"{layer}_tests")
         folder = self._build / "tests" / layer
-        run = self._run([folder / f"{layer}_tests", "--gtest_fail_fast"], folder, {}, UNIT_LIMIT_S)
-        return run.failure()
+        program = folder / f"{layer}_tests"
+        return self._run([program, "--gtest_fail_fast"], folder, {}, UNIT_LIMIT_S).failure()
 
     def _program_tests(self):
         """All at once: they wait most of the time."""
-        self._make("log_tool", "device_sim")
         environment = {
             "LOG_TOOL": str(self._build / "src" / "app" / "log_tool"),
-            "DEVICE_SIM": str(self._build / "tools" / "device_sim" / "device_sim"),
+            "DEVICE_SIM": str(self._device_sim),
             "DOCS": str(self._tree / "docs"),
         }
         runs = {
@@ -173,9 +182,11 @@ class Copy:
     def failure_of(self, layers, main_only=False):
         """Where the tests fail, None if they do not."""
         for layer in () if main_only else layers:
-            if failure := self._unit_tests(layer):
+            self._make(f"{layer}_tests")
+            if failure := repeated(lambda layer=layer: self._unit_tests(layer)):
                 return f"{layer}_tests: {failure}"
-        if failure := self._program_tests():
+        self._make("log_tool")
+        if failure := repeated(self._program_tests):
             return f"e2e.{failure}"
         return None
 
@@ -218,7 +229,7 @@ class Run:
         try:
             status = self._process.wait(max(0, self._deadline - time.monotonic()))
         except subprocess.TimeoutExpired:
-            return "time limit"
+            return OVER_LIMIT
         finally:
             self.end()
         if status < 0:
@@ -261,17 +272,13 @@ def take(todo):
 
 
 def work(number, todo, report):
-    try:
-        copy = Copy(number)
-        copy.check_unbroken()
-        while b := take(todo):
-            try:
-                report.add(b, copy.try_break(b))
-            except DoesNotCompile:
-                report.add(b, "does not compile")
-    finally:
-        while take(todo):  # after a failure here the others have nothing to go on for
-            pass
+    copy = Copy(number)
+    copy.check_unbroken()
+    while b := take(todo):
+        try:
+            report.add(b, copy.try_break(b))
+        except DoesNotCompile:
+            report.add(b, "does not compile")
 
 
 def read_reasons():
@@ -318,8 +325,12 @@ def main():
     start = time.monotonic()
     with concurrent.futures.ThreadPoolExecutor(COPIES) as pool:
         jobs = [pool.submit(work, number, todo, report) for number in range(1, COPIES + 1)]
-    for job in jobs:
-        job.result()
+        try:
+            for job in concurrent.futures.as_completed(jobs):
+                job.result()
+        finally:
+            while take(todo):  # the others end with the break that they are trying
+                pass
 
     tried = report.found + len(report.missed)
     unexplained = show_missed(report.missed)
