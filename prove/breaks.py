@@ -75,7 +75,7 @@ STEP = re.compile(r"\s+(\+\+|--)[\w>.\[\]-]+;")
 CONDITION = re.compile(r"\b(if|while) \((?!.* = )(.*)\)( \{)?$")
 # Another change turns these round already.
 SIMPLE_CONDITION = re.compile(r"![^&|]*|[^&|]* [!=]= [^&|]*")
-ARGUMENTS = re.compile(r"(?<!std::min|std::max)\(([^(), ]+), ([^(), ]+)(?=[,)])")
+ARGUMENTS = re.compile(r"(?<!std::min)(?<!std::max)(?<!memcmp)\(([^(), ]+), ([^(), ]+)(?=[,)])")
 # What does not compile otherwise, or does nothing on any machine that we know (va_end).
 NOT_CODE = re.compile(
     r"\s*(#|static_assert|template|using|va_end|virtual .* = 0;|.* = (delete|default);|.*__attribute__)"

@@ -1,13 +1,14 @@
 """Breaks src/ in small ways, one at a time, and counts how many of the breaks the tests find.
 
-    mutation.py [--list] [--all] [--only <part of a name>]...
+    mutation.py [--list] [--all] [--only <part of a name>]... [--own-tests] [--try-missed]
 
 Works in copies of the tree below build/mutation, two at a time. A break is tried on the unit tests
 of its layer, then of the layers above it, then on whole programs. The first failure, crash or run
 over the time limit finds it; a failure must come twice, so that a busy machine finds nothing. One
 that does not compile does not count. Prints a row of name, figure and bound; what was tried and
 which breaks were missed goes to standard error. The exit status is 1 when too few are found, or
-when one is missed without a reason in missed.txt.
+when one is missed without a reason in missed.txt. Those that have one count as missed without being
+tried again: nothing takes longer than to find that no test fails.
 """
 
 import argparse
@@ -179,12 +180,16 @@ class Copy:
             for run in runs.values():
                 run.end()
 
-    def failure_of(self, layers, main_only=False):
-        """Where the tests fail, None if they do not."""
-        for layer in () if main_only else layers:
-            self._make(f"{layer}_tests")
-            if failure := repeated(lambda layer=layer: self._unit_tests(layer)):
-                return f"{layer}_tests: {failure}"
+    def _failure_of_layer(self, layer):
+        self._make(f"{layer}_tests")
+        failure = repeated(lambda: self._unit_tests(layer))
+        return failure and f"{layer}_tests: {failure}"
+
+    def failure_of(self, layers):
+        """Where the tests of these layers and of whole programs fail, None if they do not."""
+        for layer in layers:
+            if failure := self._failure_of_layer(layer):
+                return failure
         self._make("log_tool")
         if failure := repeated(self._program_tests):
             return f"e2e.{failure}"
@@ -194,12 +199,15 @@ class Copy:
         if failure := self.failure_of(TESTED_BY):
             raise Missing(failure)
 
-    def try_break(self, b):
+    def try_break(self, b, own_tests):
+        layers = TESTED_BY[b.file.split("/")[1]]
         path = self._tree / b.file
         source = path.read_text(encoding="utf-8")
         path.write_text(b.apply(source), encoding="utf-8")
         try:
-            return self.failure_of(TESTED_BY[b.file.split("/")[1]], b.file == MAIN)
+            if own_tests:
+                return self._failure_of_layer(layers[0])
+            return self.failure_of(() if b.file == MAIN else layers)
         finally:
             path.write_text(source, encoding="utf-8")
 
@@ -271,12 +279,13 @@ def take(todo):
         return None
 
 
-def work(number, todo, report):
+def work(number, todo, report, own_tests):
     copy = Copy(number)
-    copy.check_unbroken()
+    if not own_tests:
+        copy.check_unbroken()
     while b := take(todo):
         try:
-            report.add(b, copy.try_break(b))
+            report.add(b, copy.try_break(b, own_tests))
         except DoesNotCompile:
             report.add(b, "does not compile")
 
@@ -290,9 +299,8 @@ def read_reasons():
     return reasons
 
 
-def show_missed(missed):
+def show_missed(missed, reasons):
     """Lists them with their reasons; returns how many have none."""
-    reasons = read_reasons()
     print(f"\n{len(missed)} missed:", file=sys.stderr)
     for b in sorted(missed, key=lambda b: b.name):
         print(f"{b.name}\n    {reasons.get(b.name, 'not explained')}", file=sys.stderr)
@@ -304,13 +312,17 @@ def main():
     parser.add_argument("--list", action="store_true", help="show what would be tried")
     parser.add_argument("--all", action="store_true", help="try every break, not a sample")
     parser.add_argument("--only", action="append", help="try those whose name contains this")
+    parser.add_argument("--own-tests", action="store_true",
+                        help="try the unit tests of the broken layer only")  # fmt: skip
+    parser.add_argument("--try-missed", action="store_true",
+                        help="try those again that are known to be missed")  # fmt: skip
     options = parser.parse_args()
 
     breaks = all_breaks()
+    if not options.all:
+        breaks = sample(breaks)
     if options.only:
         breaks = [b for b in breaks if any(part in b.name for part in options.only)]
-    elif not options.all:
-        breaks = sample(breaks)
     if options.list:
         print(*(f"{b.kind} | {b.name}" for b in breaks), sep="\n")
         return 0
@@ -318,13 +330,20 @@ def main():
     OUT.mkdir(parents=True, exist_ok=True)
     resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    reasons = read_reasons()
+    report = Report(len(breaks))
     todo = queue.SimpleQueue()  # by file: a copy compiles little between two breaks of one
     for b in breaks:
-        todo.put(b)
-    report = Report(len(breaks))
+        if b.name in reasons and not options.try_missed:
+            report.add(b, None)
+        else:
+            todo.put(b)
     start = time.monotonic()
     with concurrent.futures.ThreadPoolExecutor(COPIES) as pool:
-        jobs = [pool.submit(work, number, todo, report) for number in range(1, COPIES + 1)]
+        jobs = [
+            pool.submit(work, number, todo, report, options.own_tests)
+            for number in range(1, COPIES + 1)
+        ]
         try:
             for job in concurrent.futures.as_completed(jobs):
                 job.result()
@@ -333,7 +352,7 @@ def main():
                 pass
 
     tried = report.found + len(report.missed)
-    unexplained = show_missed(report.missed)
+    unexplained = show_missed(report.missed, reasons)
     print(f"{report.uncompilable} more do not compile; {time.monotonic() - start:.0f} s",
           file=sys.stderr)  # fmt: skip
     print(f"small breaks of src/ found by the tests\tkilled {report.found} of {tried} "
