@@ -62,7 +62,8 @@ SWAPS = {
     "assignment": {"+=": "-=", "-=": "+=", "|=": "&=", "&=": "|="},
 }
 WORDS = {
-    "true": "false", "false": "true", "continue": "break", "max": "min", "min": "max",
+    "true": "false", "false": "true", "continue": "break",
+    "std::max": "std::min", "std::min": "std::max",
     "htonl": "", "ntohl": "", "htons": "", "SIG_BLOCK": "SIG_UNBLOCK", "SIG_UNBLOCK": "SIG_BLOCK",
     "SIG_IGN": "SIG_DFL", "INADDR_ANY": "INADDR_LOOPBACK", "XDR_ENCODE": "XDR_DECODE",
     "_IOLBF": "_IOFBF", "FDLOOP_READ": "FDLOOP_WRITE", "FDLOOP_WRITE": "FDLOOP_EXCEPT",
@@ -92,14 +93,14 @@ def _replacements(code, line):
         yield "step", *match.span(), "--" if match.group() == "++" else "++"
     for match in re.finditer(r"!(?=[\w(*])", code):
         yield "negation", *match.span(), ""
-    for match in re.finditer(r"\b[A-Za-z_]\w*\b", code):
+    for match in re.finditer(r"(?:std::)?\b[A-Za-z_]\w*\b", code):
         if match.group() in WORDS:
             yield "word", *match.span(), WORDS[match.group()]
     for match in NUMBER.finditer(code):
         number, suffix = match.groups()
         value = int(number, 0)
-        new = hex(value + 1) if number[1:2] in "xX" and number[1:2] else str(value + 1)
-        yield "number", *match.span(), new + suffix
+        more = value + max(1, value // 10 if value >= 1000 else 0)  # enough to show in a time
+        yield "number", *match.span(), (hex(more) if "x" in number else str(more)) + suffix
         if value == 1:
             yield "number", *match.span(), "0" + suffix
     match = CONDITION.search(code)

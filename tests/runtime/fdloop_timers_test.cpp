@@ -565,6 +565,23 @@ TEST_F(FdloopTimersDebug, level1LogsTheFreeingOfATimerThatEnds)
     EXPECT_EQ(freed, outputAtLevel(1, [this] { passLate(); }));
 }
 
+TEST_F(FdloopTimersDebug, level1LogsTheFreeingOfATimerAddedAndDeletedInOnePass)
+{
+    static std::string expected;
+    auto const addAndDelete = [](void* data) {
+        auto* const pass = static_cast<_fdloop_t*>(data);
+        _fdloop_timer_t* const added = fdloop_timer_add(pass, 60000, end, nullptr);
+        expected = lineOfAdding(added, 60000) + line("fdloop_timer_del", added) +
+                   line("_timer_del", added);
+        fdloop_timer_del(pass, added);
+        return 1;
+    };
+    fdloop_timer_add(loop, 10, addAndDelete, loop);
+
+    std::string const output = outputAtLevel(1, [this] { passLate(); });
+    EXPECT_EQ(expected, output);
+}
+
 TEST_F(FdloopTimersDebug, level2LogsTheInsertionToo)
 {
     _fdloop_timer_t* timer = nullptr;

@@ -130,6 +130,24 @@ TEST_F(FdloopUdpConTest, takesDescriptor0ForNotOpen)
               child.output);
 }
 
+TEST_F(FdloopUdpConTest, takesDescriptor1ForOpen)
+{
+    ChildResult const child = runInChild([this] {
+        int const output = dup(STDOUT_FILENO);
+        close(STDOUT_FILENO);
+        bool const opened = con->open();
+        int const socket = fd();
+        bool const closed = con->close();
+        con.reset();
+        bool const left = isDescriptor(socket);
+        dup2(output, STDOUT_FILENO);
+        printf("opened %d as %d, closed %d, %d watched, left open %d\n", opened, socket, closed,
+               loop->fd_count, left);
+    });
+
+    EXPECT_EQ("opened 1 as 1, closed 1, 0 watched, left open 0\n", child.output);
+}
+
 TEST_F(FdloopUdpConTest, closeEndsReceptionOnly)
 {
     sockaddr_in const to = peer.address();
