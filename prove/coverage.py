@@ -20,7 +20,8 @@ def read_reasons():
     reasons = {}
     for line in REASONS.read_text(encoding="ascii").splitlines():
         if line and not line.startswith("#"):
-            file, text, reason = line.split(" | ", 2)
+            place, reason = line.rsplit(" | ", 1)
+            file, text = place.split(" | ", 1)
             reasons[file, text] = reason
     return reasons
 

@@ -294,8 +294,8 @@ def read_reasons():
     reasons = {}
     for line in REASONS.read_text(encoding="utf-8").splitlines():
         if line and not line.startswith("#"):
-            file, change, reason = line.split(" | ", 2)
-            reasons[f"{file} | {change}"] = reason
+            name, reason = line.rsplit(" | ", 1)
+            reasons[name] = reason
     return reasons
 
 
