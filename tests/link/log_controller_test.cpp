@@ -9,7 +9,6 @@
 #include "child_process.h"
 #include "fdloop_udp_con.h"
 #include "loopback_device.h"
-#include "no_descriptors.h"
 #include "test_loop.h"
 
 static Bytes const GREETING = {0x68, 0x65, 0x6A, 0x00};
@@ -279,15 +278,13 @@ TEST_F(LogControllerTest, goesOnWhenARecordCannotBeSent)
 TEST_F(LogControllerTest, justSendsNothingWhenTheConnectionCannotBeOpened)
 {
     ChildResult const result = runInChild([this] {
-        LogController controller(m_connection, std::make_unique<ListeningReceiver>(*m_address));
-        {
-            NoDescriptors const noDescriptors;
-            controller.initialize();
-        }
+        auto const taken = std::make_shared<FdloopUdpCon>(testLoop(), ntohs(m_address->sin_port));
+        LogController controller(taken, std::make_unique<ListeningReceiver>(*m_address));
+        controller.initialize();
         controller.send(Sample<GenericData>::RECORD);
     });
     EXPECT_EQ(0, result.exitCode());
-    EXPECT_EQ("<time>   ERROR: open: socket create failed errno 24"
+    EXPECT_EQ("<time>   ERROR: bind: bind failed errno 98"
               "<time>   DEBUG: UdpSocket::transmit: sendto failed errno 9: Bad file descriptor"
               "<time>   DEBUG: UdpCon::transmit: sendto failed errno 9",
               withoutTimes(result.output));
