@@ -15,7 +15,7 @@ build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev nlohmann-json3-de
 checkers=(clang-format clang-tidy cppcheck shellcheck valgrind strace clang libclang-rt-dev llvm
           mandoc groff-base)
 measuring=(valgrind strace socat wireshark-common tcpreplay)
-proving=(binutils bsdextrautils)
+proving=(binutils bsdextrautils gcovr)
 package=(dpkg-dev file gzip lintian)
 package_test=(debootstrap systemd-container qemu-user mandoc groff-base python3)
 armhf=(g++-arm-linux-gnueabihf cmake ninja-build python3 googletest qemu-user)

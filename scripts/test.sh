@@ -22,7 +22,7 @@ cmake --build --preset default --target all_verify_interface_header_sets
 
 step "Static analysis"
 cppcheck --quiet --std=c++17 --enable=warning,performance,portability --inline-suppr \
-    --error-exitcode=1 --template=gcc -j "$jobs" src tools bench
+    --error-exitcode=1 --template=gcc -j "$jobs" src tools bench tests
 git ls-files -co --exclude-standard 'src/*.cpp' 'tools/*.cpp' 'bench/*.cpp' |
     xargs -n 1 -P "$jobs" clang-tidy -p build/default --quiet
 

@@ -25,7 +25,6 @@ void SteppedClock::advance(_fdloop_t* loop, uint32_t ms)
 }
 
 // The names are the linker's, around the compiler's name of tt_time_ms().
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 uint32_t __real__Z10tt_time_msv();
 uint32_t __wrap__Z10tt_time_msv();
@@ -35,4 +34,3 @@ uint32_t __wrap__Z10tt_time_msv()
     return s_isStepped ? s_now : __real__Z10tt_time_msv();
 }
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

@@ -4,7 +4,6 @@
 #include <string>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "captured_output.h"
 #include "child_process.h"
@@ -279,18 +278,13 @@ TEST_F(LogControllerTest, goesOnWhenARecordCannotBeSent)
 TEST_F(LogControllerTest, justSendsNothingWhenTheConnectionCannotBeOpened)
 {
     ChildResult const result = runInChild([this] {
-        rlimit before = {};
-        getrlimit(RLIMIT_NOFILE, &before);
-        rlimit const none = {0, before.rlim_max};
-        LogController controller(m_connection, std::make_unique<ListeningReceiver>(*m_address));
-
-        setrlimit(RLIMIT_NOFILE, &none);
+        auto const taken = std::make_shared<FdloopUdpCon>(testLoop(), ntohs(m_address->sin_port));
+        LogController controller(taken, std::make_unique<ListeningReceiver>(*m_address));
         controller.initialize();
-        setrlimit(RLIMIT_NOFILE, &before);
         controller.send(Sample<GenericData>::RECORD);
     });
     EXPECT_EQ(0, result.exitCode());
-    EXPECT_EQ("<time>   ERROR: open: socket create failed errno 24"
+    EXPECT_EQ("<time>   ERROR: bind: bind failed errno 98"
               "<time>   DEBUG: UdpSocket::transmit: sendto failed errno 9: Bad file descriptor"
               "<time>   DEBUG: UdpCon::transmit: sendto failed errno 9",
               withoutTimes(result.output));

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <string>
 #include <utility>
@@ -20,6 +21,7 @@
 #include "child_process.h"
 #include "descriptors.h"
 #include "fdloop_handle.h"
+#include "no_descriptors.h"
 #include "scoped_loop.h"
 #include "signals.h"
 #include "system_doubles.h"
@@ -265,6 +267,10 @@ TEST(FdloopFd, registrationAppendsAnEnabledEntry)
 TEST(FdloopFd, aNegativeDescriptorIsIgnored)
 {
     ScopedLoop const loop;
+    fd_set full;
+    memset(&full, 0xFF, sizeof full);
+    for (auto& set : loop->fd_sets)
+        set = full;
 
     for (auto const& d : DIRECTIONS) {
         SCOPED_TRACE(d.name);
@@ -272,6 +278,20 @@ TEST(FdloopFd, aNegativeDescriptorIsIgnored)
         d.remove(loop, -1);
         EXPECT_EQ(0, loop->fd_count);
         EXPECT_EQ(nullptr, loop->fd_head);
+        EXPECT_EQ(0, memcmp(&full, &loop->fd_sets[d.dir], sizeof full));
+    }
+}
+
+TEST(FdloopFd, descriptor0IsOneLikeAnyOther)
+{
+    ScopedLoop const loop;
+
+    for (auto const& d : DIRECTIONS) {
+        SCOPED_TRACE(d.name);
+        ASSERT_NE(nullptr, d.add(loop, 0, IGNORE, nullptr));
+        EXPECT_EQ(0, loop->fd_head->fd);
+        d.remove(loop, 0);
+        EXPECT_EQ(0, loop->fd_count);
     }
 }
 
@@ -938,8 +958,7 @@ TEST_F(FdloopSignal, ignoresAShortRead)
 TEST_F(FdloopSignal, staysBlockedWhenThereIsNoDescriptorForIt)
 {
     ChildResult const child = runInChild([this] {
-        rlimit const none = {};
-        setrlimit(RLIMIT_NOFILE, &none);
+        NoDescriptors const noDescriptors;
         int const fd = fdloop_register_signal(loop, record, SIGUSR1);
         printf("%s, %s, %d entries", fd < 0 ? "negative" : "a descriptor",
                ScopedSignals::isBlocked(SIGUSR1) ? "blocked" : "not blocked", loop->fd_count);
@@ -948,12 +967,15 @@ TEST_F(FdloopSignal, staysBlockedWhenThereIsNoDescriptorForIt)
     EXPECT_EQ("negative, blocked, 0 entries", child.output);
 }
 
-/// A child that has ended when this returns, but has not been waited for.
+/// A child that has ended when this returns, but has not been waited for. It is in a process group
+/// of its own, as a child that became a daemon is.
 static pid_t endedChild(int status)
 {
     pid_t const child = fork();
-    if (child == 0)
+    if (child == 0) {
+        setpgid(0, 0);
         _exit(status);
+    }
     siginfo_t info = {};
     waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT);
     return child;
@@ -977,6 +999,34 @@ TEST_F(FdloopSignal, reportsEveryChildThatHasEnded)
     EXPECT_EQ(expected, statuses);
     EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG)); // all were reaped
     EXPECT_EQ(1, loop->fd_count);
+    fdloop_unregister_signal(loop, fd, SIGCHLD);
+}
+
+TEST_F(FdloopSignal, reportsNoChildThatStillRuns)
+{
+    int const fd = fdloop_register_signal(
+        loop,
+        [](int from, int signo, int pid, int status) {
+            if (pid == 0)
+                abort(); // there would be no end of it
+            return record(from, signo, pid, status);
+        },
+        SIGCHLD);
+    pid_t const running = fork();
+    if (running == 0) {
+        alarm(60);
+        pause();
+        _exit(0);
+    }
+    pid_t const ended = endedChild(0);
+
+    EXPECT_EQ(0, fdloop_run(loop));
+    ASSERT_EQ(1U, s_calls.size());
+    EXPECT_EQ(ended, s_calls[0].pid);
+    EXPECT_EQ(0, waitpid(running, nullptr, WNOHANG));
+
+    kill(running, SIGKILL);
+    waitpid(running, nullptr, 0);
     fdloop_unregister_signal(loop, fd, SIGCHLD);
 }
 
@@ -1052,6 +1102,7 @@ TEST_F(FdloopSignal, inWaitIsNotHeldBackByADescriptorThatIsAlwaysReady)
         while (s_handled < count && tt_time_ms_elapsed(start) < 5000)
             fdloop_run(loop);
         EXPECT_EQ(count, s_handled);
+        EXPECT_EQ(loop->now_ms, loop->let_in_ms); // or the next pass would let it in again
         EXPECT_TRUE(ScopedSignals::isBlocked(SIGUSR1));
     }
 }
@@ -1139,8 +1190,7 @@ TEST_F(FdloopSignal, inWaitLetsNoOtherBlockedSignalIn)
         ScopedSignals::handle(SIGUSR2, handle);
         ScopedSignals::handle(SIGALRM, handle);
         fdloop_signal_in_wait(loop, SIGUSR1);
-        rlimit const none = {};
-        setrlimit(RLIMIT_NOFILE, &none);
+        NoDescriptors const noDescriptors;
         fdloop_register_signal(loop, record, SIGALRM); // fails, and leaves it blocked
 
         raise(SIGUSR2);

@@ -479,7 +479,7 @@ static std::string logged(char const* fmt, Arguments... arguments)
 {
     char message[80];
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the formats are those of the tests below
     snprintf(message, sizeof message, fmt, arguments...);
 #pragma GCC diagnostic pop
     return std::string("09:05:07   DEBUG: ") + message;
@@ -563,6 +563,23 @@ TEST_F(FdloopTimersDebug, level1LogsTheFreeingOfATimerThatEnds)
 {
     std::string const freed = line("_timer_del", fdloop_timer_add(loop, 10, end, nullptr));
     EXPECT_EQ(freed, outputAtLevel(1, [this] { passLate(); }));
+}
+
+TEST_F(FdloopTimersDebug, level1LogsTheFreeingOfATimerAddedAndDeletedInOnePass)
+{
+    static std::string expected;
+    auto const addAndDelete = [](void* data) {
+        auto* const pass = static_cast<_fdloop_t*>(data);
+        _fdloop_timer_t* const added = fdloop_timer_add(pass, 60000, end, nullptr);
+        expected = lineOfAdding(added, 60000) + line("fdloop_timer_del", added) +
+                   line("_timer_del", added);
+        fdloop_timer_del(pass, added);
+        return 1;
+    };
+    fdloop_timer_add(loop, 10, addAndDelete, loop);
+
+    std::string const output = outputAtLevel(1, [this] { passLate(); });
+    EXPECT_EQ(expected, output);
 }
 
 TEST_F(FdloopTimersDebug, level2LogsTheInsertionToo)

@@ -1,5 +1,6 @@
 #include "system_doubles.h"
 
+#include <csignal>
 #include <cstdlib>
 
 static FakeRealTime* s_realTime = nullptr;
@@ -20,6 +21,9 @@ FakeRealTime::~FakeRealTime()
 
 NoMemory::NoMemory()
 {
+#ifdef LOG_TOOL_COVERAGE
+    signal(SIGABRT, SIG_DFL); // keeping the coverage of a child that aborts takes memory
+#endif
     s_noMemory = true;
 }
 
@@ -38,10 +42,7 @@ FakeTerminal::~FakeTerminal()
     s_terminal = nullptr;
 }
 
-// The names are the linker's.
-// NOLINTBEGIN(bugprone-reserved-identifier)
-
-// A time_t of 64 bits on a 32-bit machine comes with functions of other names.
+// The names are the linker's. A time_t of 64 bits on a 32-bit machine comes with functions of other names.
 #if defined __USE_TIME_BITS64 && __TIMESIZE == 32
 #define __real_gettimeofday __real___gettimeofday64
 #define __wrap_gettimeofday __wrap___gettimeofday64
@@ -106,4 +107,3 @@ int __wrap_tcsetattr(int fd, int action, termios const* settings)
     return s_terminal->setResult;
 }
 }
-// NOLINTEND(bugprone-reserved-identifier)

@@ -7,8 +7,13 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "child_process.h"
+#include "console_pipe.h"
+#include "signals.h"
 #include "temp_dir.h"
 
 #pragma GCC diagnostic push
@@ -22,6 +27,25 @@ TEST(TtPanic, printsTheMessageAndAborts)
 
     EXPECT_EQ("Panic: value 17 (No such file or directory)\n", child.output);
     EXPECT_EQ(SIGABRT, child.signal());
+}
+
+TEST(TtPanic, printsTheErrorOfTheCallerThoughAnInterruptedWriteSetsAnother)
+{
+    std::string const output = outputOnFullConsole([] {
+        pid_t const child = fork();
+        if (child == 0) {
+            rlimit const noCore = {};
+            setrlimit(RLIMIT_CORE, &noCore);
+            ScopedSignals::handle(SIGALRM, [](int) {}); // it is the parent that makes room
+            ScopedSignals::alarmEvery(2);
+            errno = ENOENT;
+            tt_panic("(%m)\n");
+        }
+        while (waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
+        }
+    });
+
+    EXPECT_EQ("Panic: (No such file or directory)\n", output);
 }
 #pragma GCC diagnostic pop
 

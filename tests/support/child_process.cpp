@@ -1,12 +1,19 @@
 #include "child_process.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#ifdef LOG_TOOL_COVERAGE
+extern "C" { // the header is for C alone
+#include <gcov.h>
+}
+#endif
 
 static constexpr unsigned CHILD_TIMEOUT_S = 30;
 
@@ -20,6 +27,21 @@ int ChildResult::signal() const
     return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
 }
 
+// A child ends by abort or _exit, without the exit handlers that save which lines it has run.
+static void keepCoverageAtAbort()
+{
+#ifdef LOG_TOOL_COVERAGE
+    signal(SIGABRT, [](int) { __gcov_dump(); });
+#endif
+}
+
+static void keepCoverage()
+{
+#ifdef LOG_TOOL_COVERAGE
+    __gcov_dump();
+#endif
+}
+
 [[noreturn]] static void runAndExit(std::function<void()> const& action, FILE* output)
 {
     rlimit const noCore = {};
@@ -28,8 +50,10 @@ int ChildResult::signal() const
         abort();
     setrlimit(RLIMIT_CORE, &noCore);
     alarm(CHILD_TIMEOUT_S);
+    keepCoverageAtAbort();
     action();
     fflush(stdout);
+    keepCoverage();
     _exit(0);
 }
 

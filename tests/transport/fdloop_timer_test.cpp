@@ -290,6 +290,21 @@ TEST_F(FdloopTimerTest, theCallbackMayStopAndDestroyAnotherTimer)
     EXPECT_EQ(0U, timerCount(loop));
 }
 
+TEST_F(FdloopTimerTest, theCallbackMayStopAnInactiveTimer)
+{
+    FdloopTimer inactive(loop);
+    setCallBack([&] {
+        inactive.stopTimer();
+        return true;
+    });
+    timer->startTimer(100);
+
+    EXPECT_EQ(100U, expire());
+    EXPECT_EQ(1U, runs);
+    EXPECT_TRUE(timer->isActive());
+    timer->stopTimer();
+}
+
 TEST_F(FdloopTimerTest, destructionRemovesTheEntry)
 {
     setCallBack([] { return true; });

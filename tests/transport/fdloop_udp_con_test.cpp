@@ -11,7 +11,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include "captured_output.h"
@@ -19,6 +18,7 @@
 #include "fdloop_udp_con_factory.h"
 #include "logged_output.h"
 #include "loopback_peer.h"
+#include "no_descriptors.h"
 #include "scoped_loop.h"
 #include "signals.h"
 #include "socket_doubles.h"
@@ -88,8 +88,7 @@ TEST_F(FdloopUdpConTest, openFailsWithoutDescriptors)
 {
     ChildResult const child = runInChild([this] {
         FakeRealTime const clock(LOG_TIME);
-        rlimit const none = {};
-        setrlimit(RLIMIT_NOFILE, &none);
+        NoDescriptors const noDescriptors;
         bool const opened = con->open();
         printf("|%d %d", opened, loop->fd_count);
     });
@@ -138,6 +137,24 @@ TEST_F(FdloopUdpConTest, takesDescriptor0ForNotOpen)
               "closed 0\n"
               "1 watched, left open 1\n",
               child.output);
+}
+
+TEST_F(FdloopUdpConTest, takesDescriptor1ForOpen)
+{
+    ChildResult const child = runInChild([this] {
+        int const output = dup(STDOUT_FILENO);
+        close(STDOUT_FILENO);
+        bool const opened = con->open();
+        int const socket = fd();
+        bool const closed = con->close();
+        con.reset();
+        bool const left = isDescriptor(socket);
+        dup2(output, STDOUT_FILENO);
+        printf("opened %d as %d, closed %d, %d watched, left open %d\n", opened, socket, closed,
+               loop->fd_count, left);
+    });
+
+    EXPECT_EQ("opened 1 as 1, closed 1, 0 watched, left open 0\n", child.output);
 }
 
 TEST_F(FdloopUdpConTest, closeEndsReceptionOnly)

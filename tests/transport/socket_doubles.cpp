@@ -28,7 +28,6 @@ static bool fails(SystemCall call)
 }
 
 // The names are the linker's.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl50-cpp)
 extern "C" {
 ssize_t __real_sendto(int fd, void const* data, size_t len, int flags, sockaddr const* to,
                       socklen_t toLen);
@@ -55,4 +54,3 @@ int __wrap_fcntl(int fd, int command, ...)
                : __real_fcntl(fd, command, argument);
 }
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl50-cpp)

@@ -7,13 +7,13 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include "captured_output.h"
 #include "child_process.h"
 #include "logged_output.h"
 #include "loopback_peer.h"
+#include "no_descriptors.h"
 #include "socket_doubles.h"
 #include "system_doubles.h"
 #include "udp_socket_factory.h"
@@ -83,8 +83,7 @@ TEST(UdpSocket, openFailsWithoutDescriptors)
     UdpSocket socket(0);
     ChildResult const child = runInChild([&] {
         FakeRealTime const clock(LOG_TIME);
-        rlimit const none = {};
-        setrlimit(RLIMIT_NOFILE, &none);
+        NoDescriptors const noDescriptors;
         bool const opened = socket.open();
         printf("|%d %d", opened, socket.getFd());
     });

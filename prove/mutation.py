@@ -1,0 +1,364 @@
+"""Breaks src/ in small ways, one at a time, and counts how many of the breaks the tests find.
+
+    mutation.py [--list] [--all] [--only <part of a name>]... [--own-tests] [--try-missed]
+
+Works in copies of the tree below build/mutation, two at a time. A break is tried on the unit tests
+of its layer, then of the layers above it, then on whole programs. The first failure, crash or run
+over the time limit finds it; a failure must come twice, so that a busy machine finds nothing. One
+that does not compile does not count. Prints a row of name, figure and bound; what was tried and
+which breaks were missed goes to standard error. The exit status is 1 when too few are found, or
+when one is missed without a reason in missed.txt. Those that have one count as missed without being
+tried again: nothing takes longer than to find that no test fails.
+"""
+
+import argparse
+import concurrent.futures
+import os
+import pathlib
+import queue
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+import threading
+import time
+
+sys.dont_write_bytecode = True
+# pylint: disable-next=wrong-import-position ; the line above comes first
+from breaks import breaks_of
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+OUT = ROOT / "build" / "mutation"
+REASONS = ROOT / "prove" / "missed.txt"
+COPIES = 2
+FOUND_AT_LEAST = 95  # %
+
+# The layers whose tests run the code of a layer: its own, then from the bottom to the top.
+TESTED_BY = {
+    "runtime": ("runtime", "transport", "logfile", "link", "app"),
+    "data": ("data", "observer", "logfile", "link", "app"),
+    "transport": ("transport", "link", "app"),
+    "observer": ("observer", "logfile", "link", "app"),
+    "logfile": ("logfile", "link", "app"),
+    "link": ("link", "app"),
+    "app": ("app",),
+}
+MAIN = "src/app/main.cpp"  # in no unit test
+PROGRAM_TESTS = ("command_line", "record", "replay", "hello", "interrupt", "broken_log")
+
+UNIT_LIMIT_S = 40  # the slowest takes 6
+PROGRAM_LIMIT_S = 90  # the slowest takes 16
+OVER_LIMIT = "time limit"
+BUILD_LIMIT_S = 300
+MEMORY_LIMIT = 4 << 30  # also ends a loop that allocates
+
+# The share of the breaks that is tried: of the kinds that are many and easily found, fewer.
+SHARES = {"text": 0.08, "number": 0.18, "statement": 0.16, "arguments": 0.2, "order": 0.15}
+OTHER_SHARE = 0.27
+
+
+class DoesNotCompile(Exception):
+    pass
+
+
+class Missing(Exception):
+    """The unbroken tree does not pass."""
+
+
+def all_breaks():
+    found = []
+    for path in sorted((ROOT / "src").rglob("*")):
+        if path.suffix in (".h", ".cpp"):
+            name = path.relative_to(ROOT).as_posix()
+            found += breaks_of(name, path.read_text(encoding="utf-8"))
+    return found
+
+
+def sample(breaks):
+    """The same share of every kind, and one of every file: an edit moves no other file's choice."""
+    lowest = {}
+    for b in breaks:
+        if b.file not in lowest or b.rank < lowest[b.file].rank:
+            lowest[b.file] = b
+    return [b for b in breaks if b.rank < SHARES.get(b.kind, OTHER_SHARE) or lowest[b.file] == b]
+
+
+def source_files():
+    listed = subprocess.run(
+        ["git", "ls-files", "-co", "--exclude-standard", "CMakeLists.txt", "docs", "src", "tests",
+         "tools"],
+        cwd=ROOT, check=True, capture_output=True, text=True,
+    )  # fmt: skip
+    return [name for name in listed.stdout.splitlines() if (ROOT / name).is_file()]
+
+
+def repeated(tests):
+    """The failure of the tests if it comes again; one over the limit has had time enough."""
+    failure = tests()
+    return tests() if failure and OVER_LIMIT not in failure else failure
+
+
+class Copy:
+    """A copy of the tree, and its build."""
+
+    def __init__(self, number):
+        self._tree = OUT / str(number)
+        self._build = self._tree / "build"
+        self._device_sim = self._tree / "device_sim"  # never a broken one
+        self._update()
+        self._configure()
+        self._make("device_sim")
+        shutil.copy2(self._build / "tools" / "device_sim" / "device_sim", self._device_sim)
+
+    def _update(self):
+        """Only files that differ are written: the others need not be compiled again."""
+        wanted = set(source_files())
+        for folder in ("src", "tests", "tools"):
+            for path in (self._tree / folder).rglob("*"):
+                if path.is_file() and path.relative_to(self._tree).as_posix() not in wanted:
+                    path.unlink()
+        for name in wanted:
+            target = self._tree / name
+            content = (ROOT / name).read_bytes()
+            if not target.is_file() or target.read_bytes() != content:
+                target.parent.mkdir(parents=True, exist_ok=True)
+                target.write_bytes(content)
+                shutil.copymode(ROOT / name, target)
+
+    def _configure(self):
+        # No warnings: the tests are to find the breaks. Tests are not listed at build time, since
+        # a broken program would make that fail.
+        subprocess.run(
+            ["cmake", "-S", self._tree, "-B", self._build, "-G", "Ninja",
+             "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS=-w", "-DCMAKE_CXX_FLAGS_DEBUG=-O0",
+             "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=gold",
+             "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST"],
+            check=True, stdout=subprocess.DEVNULL,
+        )  # fmt: skip
+
+    def _make(self, *targets):
+        made = subprocess.run(
+            ["cmake", "--build", self._build, "-j1", "--target", *targets],
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace",
+            timeout=BUILD_LIMIT_S, check=False,
+        )  # fmt: skip
+        if made.returncode:
+            raise DoesNotCompile(made.stdout)
+
+    def _run(self, arguments, folder, environment, limit):
+        return Run(arguments, folder, {**os.environ, **environment}, limit)
+
+    def _unit_tests(self, layer):
+        folder = self._build / "tests" / layer
+        program = folder / f"{layer}_tests"
+        return self._run([program, "--gtest_fail_fast"], folder, {}, UNIT_LIMIT_S).failure()
+
+    def _program_tests(self):
+        """All at once: they wait most of the time."""
+        environment = {
+            "LOG_TOOL": str(self._build / "src" / "app" / "log_tool"),
+            "DEVICE_SIM": str(self._device_sim),
+            "DOCS": str(self._tree / "docs"),
+        }
+        runs = {
+            module: self._run(
+                [sys.executable, "-B", "-m", "unittest", "-f", f"{module}_test"],
+                self._tree / "tests" / "e2e", environment, PROGRAM_LIMIT_S)
+            for module in PROGRAM_TESTS
+        }  # fmt: skip
+        try:
+            while runs:
+                for module, run in list(runs.items()):
+                    if run.has_ended():
+                        del runs[module]
+                        if failure := run.failure():
+                            return f"{module}: {failure}"
+                time.sleep(0.05)
+            return None
+        finally:
+            for run in runs.values():
+                run.end()
+
+    def _failure_of_layer(self, layer):
+        self._make(f"{layer}_tests")
+        failure = repeated(lambda: self._unit_tests(layer))
+        return failure and f"{layer}_tests: {failure}"
+
+    def failure_of(self, layers):
+        """Where the tests of these layers and of whole programs fail, None if they do not."""
+        for layer in layers:
+            if failure := self._failure_of_layer(layer):
+                return failure
+        self._make("log_tool")
+        if failure := repeated(self._program_tests):
+            return f"e2e.{failure}"
+        return None
+
+    def check_unbroken(self):
+        if failure := self.failure_of(TESTED_BY):
+            raise Missing(failure)
+
+    def try_break(self, b, own_tests):
+        layers = TESTED_BY[b.file.split("/")[1]]
+        path = self._tree / b.file
+        source = path.read_text(encoding="utf-8")
+        path.write_text(b.apply(source), encoding="utf-8")
+        try:
+            if own_tests:
+                return self._failure_of_layer(layers[0])
+            return self.failure_of(() if b.file == MAIN else layers)
+        finally:
+            path.write_text(source, encoding="utf-8")
+
+
+class Run:
+    """A running test, alone in its process group, so that it ends with all its children."""
+
+    def __init__(self, arguments, folder, environment, limit):
+        self._process = subprocess.Popen(
+            arguments, cwd=folder, env=environment, stdin=subprocess.DEVNULL,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True,
+        )  # fmt: skip
+        self._deadline = time.monotonic() + limit
+
+    def has_ended(self):
+        return self._process.poll() is not None or time.monotonic() > self._deadline
+
+    def end(self):
+        try:
+            os.killpg(self._process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+        self._process.wait()
+
+    def failure(self):
+        """What was wrong with it, once it has ended; None if nothing was."""
+        try:
+            status = self._process.wait(max(0, self._deadline - time.monotonic()))
+        except subprocess.TimeoutExpired:
+            return OVER_LIMIT
+        finally:
+            self.end()
+        if status < 0:
+            return f"signal {-status}"
+        return f"status {status}" if status else None
+
+
+class Report:
+    """Collects the outcomes, from all threads."""
+
+    def __init__(self, count):
+        self.found = 0
+        self.missed = []
+        self.uncompilable = 0
+        self._count = count
+        self._done = 0
+        self._lock = threading.Lock()
+        self._file = open(OUT / "outcomes.txt", "w", encoding="utf-8", buffering=1)
+
+    def add(self, b, outcome):
+        with self._lock:
+            self._done += 1
+            if outcome is None:
+                self.missed.append(b)
+            elif outcome == "does not compile":
+                self.uncompilable += 1
+            else:
+                self.found += 1
+            print(f"{b.kind} | {b.name} | {outcome or 'MISSED'}", file=self._file)
+            if outcome is None or self._done % 20 == 0:
+                print(f"{self._done}/{self._count} {outcome or 'missed'}: {b.name}",
+                      file=sys.stderr, flush=True)  # fmt: skip
+
+
+def take(todo):
+    try:
+        return todo.get_nowait()
+    except queue.Empty:
+        return None
+
+
+def work(number, todo, report, own_tests):
+    copy = Copy(number)
+    if not own_tests:
+        copy.check_unbroken()
+    while b := take(todo):
+        try:
+            report.add(b, copy.try_break(b, own_tests))
+        except DoesNotCompile:
+            report.add(b, "does not compile")
+
+
+def read_reasons():
+    reasons = {}
+    for line in REASONS.read_text(encoding="utf-8").splitlines():
+        if line and not line.startswith("#"):
+            name, reason = line.rsplit(" | ", 1)
+            reasons[name] = reason
+    return reasons
+
+
+def show_missed(missed, reasons):
+    """Lists them with their reasons; returns how many have none."""
+    print(f"\n{len(missed)} missed:", file=sys.stderr)
+    for b in sorted(missed, key=lambda b: b.name):
+        print(f"{b.name}\n    {reasons.get(b.name, 'not explained')}", file=sys.stderr)
+    return sum(b.name not in reasons for b in missed)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--list", action="store_true", help="show what would be tried")
+    parser.add_argument("--all", action="store_true", help="try every break, not a sample")
+    parser.add_argument("--only", action="append", help="try those whose name contains this")
+    parser.add_argument("--own-tests", action="store_true",
+                        help="try the unit tests of the broken layer only")  # fmt: skip
+    parser.add_argument("--try-missed", action="store_true",
+                        help="try those again that are known to be missed")  # fmt: skip
+    options = parser.parse_args()
+
+    breaks = all_breaks()
+    if not options.all:
+        breaks = sample(breaks)
+    if options.only:
+        breaks = [b for b in breaks if any(part in b.name for part in options.only)]
+    if options.list:
+        print(*(f"{b.kind} | {b.name}" for b in breaks), sep="\n")
+        return 0
+
+    OUT.mkdir(parents=True, exist_ok=True)
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    reasons = read_reasons()
+    report = Report(len(breaks))
+    todo = queue.SimpleQueue()  # by file: a copy compiles little between two breaks of one
+    for b in breaks:
+        if b.name in reasons and not options.try_missed:
+            report.add(b, None)
+        else:
+            todo.put(b)
+    start = time.monotonic()
+    with concurrent.futures.ThreadPoolExecutor(COPIES) as pool:
+        jobs = [
+            pool.submit(work, number, todo, report, options.own_tests)
+            for number in range(1, COPIES + 1)
+        ]
+        try:
+            for job in concurrent.futures.as_completed(jobs):
+                job.result()
+        finally:
+            while take(todo):  # the others end with the break that they are trying
+                pass
+
+    tried = report.found + len(report.missed)
+    unexplained = show_missed(report.missed, reasons)
+    print(f"{report.uncompilable} more do not compile; {time.monotonic() - start:.0f} s",
+          file=sys.stderr)  # fmt: skip
+    print(f"small breaks of src/ found by the tests\tkilled {report.found} of {tried} "
+          f"({100 * report.found / tried:.1f} %)\tat least {FOUND_AT_LEAST} %")  # fmt: skip
+    return int(unexplained > 0 or 100 * report.found < FOUND_AT_LEAST * tried)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,24 @@
+#ifndef TESTS_NO_DESCRIPTORS_H
+#define TESTS_NO_DESCRIPTORS_H
+
+#include <sys/resource.h>
+
+/// While it lives the process can open no descriptor; those that are open stay so.
+class NoDescriptors
+{
+public:
+    NoDescriptors()
+    {
+        getrlimit(RLIMIT_NOFILE, &m_before);
+        rlimit const none = {0, m_before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &m_before); }
+    NoDescriptors(NoDescriptors const&) = delete;
+    NoDescriptors& operator=(NoDescriptors const&) = delete;
+
+private:
+    rlimit m_before = {};
+};
+
+#endif
