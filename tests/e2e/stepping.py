@@ -24,7 +24,9 @@ CHECKED_MEMORY = ("LD_PRELOAD=libc_malloc_debug.so.0", "MALLOC_CHECK_=3", "MALLO
 # The dynamic linker's work, which is most of a short run, is done before the program's.
 BOUND_AT_ONCE = "LD_BIND_NOW=1"
 
-LIST_WORK = re.compile(r"^([0-9a-f]+) ([0-9a-f]+) [tT] _?(?:fdloop|fd|timer|timers)_")
+# A row of the table that tells from which source the instructions from an address on are.
+SOURCE_FROM = re.compile(r"^(\S+) +\S+ +0x([0-9a-f]+)")
+LIST_WORK = {"fdloop.cpp", "fdloop_timers.cpp"}
 
 # Instructions that counted, those of them before SIGINT came, those at which it was not blocked, and
 # the one at which it came.
@@ -32,12 +34,21 @@ Steps = namedtuple("Steps", "counted before unblocked struck")
 
 
 def list_work():
-    """The aim's part that counts only the instructions of the loop and its lists."""
+    """The aim's part that counts only the instructions of the loop and its lists, wherever the
+    compiler has put them."""
     table = subprocess.run(
-        ["nm", "--print-size", "--demangle", LOG_TOOL], capture_output=True, check=True, text=True
+        ["objdump", "--dwarf=decodedline", LOG_TOOL], capture_output=True, check=True, text=True
     )
-    functions = map(LIST_WORK.match, table.stdout.splitlines())
-    return "@" + ",".join(f"{found[1]}+{found[2]}" for found in functions if found)
+    rows = [
+        (found[1], int(found[2], 16))
+        for found in map(SOURCE_FROM.match, table.stdout.splitlines())
+        if found
+    ]
+    return "@" + ",".join(
+        f"{start:x}+{end - start:x}"
+        for (source, start), (_, end) in zip(rows, rows[1:])
+        if source in LIST_WORK and end > start
+    )
 
 
 def aims_nowhere(aim):
