@@ -290,11 +290,11 @@ def _difference(run, place, short, long):
     )
 
 
-def record_counts(command, place, burst, short, long):
+def record_counts(command, place, burst, short, long, *options):
     def run(length, wrapper, is_child):
         core = TOOL_CORE if burst > 1 else OTHER_CORE
         with Recorder(command, place, wrapper, is_child) as recorder:
-            recorder.load(length, "--warm-up", "0", "--burst", str(burst), core=core)
+            recorder.load(length, "--warm-up", "0", "--burst", str(burst), *options, core=core)
             recorder.end()
 
     return _difference(run, place, short, long)

@@ -142,6 +142,23 @@ def count(record, replay):
         print_counts("per replayed record, all due", *counts)
 
 
+def count_by_type(record, replay):
+    """Floats go through the XDR routines one by one, so that a record's type decides its cost."""
+    print(f"\n{'instructions in user space':<34}{'recorded':>11}{'replayed':>11}")
+    total = [0, 0]
+    with folder() as place:
+        for number, type_ in codec.TYPES.items():
+            mix = ",".join("1" if other == number else "0" for other in codec.TYPES)
+            costs = (
+                record_counts(record, place, BURST, 800, 2400, "--mix", mix).instructions,
+                replay_counts(replay, place, 1024, 3072, (type_,)).instructions,
+            )
+            print(f"{'  ' + type_.name:<34}{costs[0]:>11.0f}{costs[1]:>11.0f}", flush=True)
+            total = [sum_ + MIX_HZ[type_] * cost for sum_, cost in zip(total, costs)]
+    recorded, replayed = (sum_ / sum(MIX_HZ.values()) for sum_ in total)
+    print(f"{'  mean at 100/20/5/5/1 Hz':<34}{recorded:>11.0f}{replayed:>11.0f}")
+
+
 def record_peak(command, length):
     with folder() as place, Recorder(command, place) as recorder:
         draining(recorder, length)
@@ -167,7 +184,7 @@ def main():
     parser.add_argument("--quick", action="store_true", help="under a minute on a quiet machine")
     parser.add_argument("--tool", default=LOG_TOOL, help="another build of log_tool")
     parser.add_argument(
-        "--only", choices=("cpu", "pacing", "counts", "memory"), help="this part alone"
+        "--only", choices=("cpu", "pacing", "counts", "types", "memory"), help="this part alone"
     )
     options = parser.parse_args()
     require("valgrind", "strace", "taskset", "chrt")
@@ -178,6 +195,7 @@ def main():
         "cpu": lambda: measure_cpu(scale, record, replay),
         "pacing": lambda: measure_pacing(scale, replay),
         "counts": lambda: count(record, replay),
+        "types": lambda: options.quick or count_by_type(record, replay),
         "memory": lambda: measure_memory(scale, record),
     }
     print_header()

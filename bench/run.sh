@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Measures log_tool beside programs that make the bare system calls and no more.
 #
-#   bench/run.sh [--quick] [--only cpu|pacing|counts|memory] [--tool <another log_tool>]
+#   bench/run.sh [--quick] [--only cpu|pacing|counts|types|memory] [--tool <another log_tool>]
 #
 # Measures best as root: the measured programs then go ahead of whatever else the machine does.
 set -euo pipefail
