@@ -74,7 +74,7 @@ CALL = re.compile(r"\s+[\w:>.\[\]-]+\(.*\);")
 ASSIGNMENT = re.compile(r"\s+[^\s=(]+ [-+|&]?= .*;")
 STEP = re.compile(r"\s+(\+\+|--)[\w>.\[\]-]+;")
 # Mostly written over before it is read, or a flag of which any value but 0 says the same.
-FIRST_VALUE = re.compile(r"\s+[\w:]+ \w+ = 0;")
+FIRST_VALUE = re.compile(r"\s+[\w: ]+ \w+ = 0;")
 FLAG_SET = re.compile(r"\s+\S+ = 1;")
 CONDITION = re.compile(r"\b(if|while) \((?!.* = )(.*)\)( \{)?$")
 # Another change turns these round already.
