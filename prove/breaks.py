@@ -96,7 +96,8 @@ def _replacements(code, line):
         yield "step", *match.span(), "--" if match.group() == "++" else "++"
     for match in re.finditer(r"!(?=[\w(*])", code):
         yield "negation", *match.span(), ""
-    for match in re.finditer(r"(?:std::)?\b[A-Za-z_]\w*\b", code):
+    # The byte order of INADDR_ANY, which is 0, is no break.
+    for match in re.finditer(r"(?:std::)?\b[A-Za-z_]\w*\b(?!\(INADDR_ANY)", code):
         if match.group() in WORDS:
             yield "word", *match.span(), WORDS[match.group()]
     for match in NUMBER.finditer(code):
