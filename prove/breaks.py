@@ -73,6 +73,9 @@ NUMBER = re.compile(r"(?<![\w.])(0[xX][0-9a-fA-F]+|\d+)([uUlL]*)(?![\w.])")
 CALL = re.compile(r"\s+[\w:>.\[\]-]+\(.*\);")
 ASSIGNMENT = re.compile(r"\s+[^\s=(]+ [-+|&]?= .*;")
 STEP = re.compile(r"\s+(\+\+|--)[\w>.\[\]-]+;")
+# Mostly written over before it is read, or a flag of which any value but 0 says the same.
+FIRST_VALUE = re.compile(r"\s+[\w: ]+ \w+ = 0;")
+FLAG_SET = re.compile(r"\s+\S+ = 1;")
 CONDITION = re.compile(r"\b(if|while) \((?!.* = )(.*)\)( \{)?$")
 # Another change turns these round already.
 SIMPLE_CONDITION = re.compile(r"![^&|]*|[^&|]* [!=]= [^&|]*")
@@ -93,14 +96,18 @@ def _replacements(code, line):
         yield "step", *match.span(), "--" if match.group() == "++" else "++"
     for match in re.finditer(r"!(?=[\w(*])", code):
         yield "negation", *match.span(), ""
-    for match in re.finditer(r"(?:std::)?\b[A-Za-z_]\w*\b", code):
+    # The byte order of INADDR_ANY, which is 0, is no break.
+    for match in re.finditer(r"(?:std::)?\b[A-Za-z_]\w*\b(?!\(INADDR_ANY)", code):
         if match.group() in WORDS:
             yield "word", *match.span(), WORDS[match.group()]
     for match in NUMBER.finditer(code):
         number, suffix = match.groups()
         value = int(number, 0)
+        if FIRST_VALUE.fullmatch(code):
+            continue
         more = value + max(1, value // 10 if value >= 1000 else 0)  # enough to show in a time
-        yield "number", *match.span(), (hex(more) if "x" in number else str(more)) + suffix
+        if not FLAG_SET.fullmatch(code):
+            yield "number", *match.span(), (hex(more) if "x" in number else str(more)) + suffix
         if value == 1:
             yield "number", *match.span(), "0" + suffix
     match = CONDITION.search(code)
@@ -114,6 +121,10 @@ def _replacements(code, line):
         yield "text", match.end() - 1, match.end(), '~"'
     if match := re.search(r"return;", code):
         yield "return", *match.span(), ";"
+
+
+def _called(line):
+    return line[: line.find("(")]
 
 
 def _is_statement(code, before):
@@ -137,7 +148,8 @@ def _changes(lines, codes):
         is_statement = _is_statement(code, before)
         if is_statement:
             yield "statement", number, line, re.match(r"\s*", line).group() + ";"
-            if statement is not None and CALL.fullmatch(code) and statement != line:
+            # Two calls of one function: of two others the order seldom matters.
+            if statement and statement != line and _called(statement) == _called(line):
                 yield "order", number - 1, f"{statement}\n{line}", f"{line}\n{statement}"
         statement = line if is_statement and CALL.fullmatch(code) else None
         before = code

@@ -1,6 +1,7 @@
 #include "player.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -336,6 +337,22 @@ TEST_F(SteppedPlayer, replaysALargeLogOfOneStampOnASmallStack)
     });
     EXPECT_EQ(0, result.exitCode());
     EXPECT_EQ("End of file reached\n200000 records, completed 1\n", result.output);
+}
+
+TEST_F(SteppedPlayer, endsWhenASignalIsLetInAfter256DueRecords)
+{
+    ChildResult const result = runInChild([this] {
+        auto const probe = std::make_shared<StackProbe>();
+        m_connection = probe;
+        signal(SIGUSR1, [](int) {});
+        fdloop_signal_in_wait(testLoop(), SIGUSR1);
+
+        raise(SIGUSR1);
+        startReplay(600 * genericFrame(7));
+        printf("%zu records, completed %d\n", probe->count, m_completed);
+    });
+    EXPECT_EQ(0, result.exitCode());
+    EXPECT_EQ("256 records, completed 0\n", result.output);
 }
 
 TEST_F(PlayerTest, isDrivenByTheLoop)
