@@ -1,3 +1,4 @@
+#!/usr/bin/env python3
 """Breaks src/ in small ways, one at a time, and counts how many of the breaks the tests find.
 
     mutation.py [--list] [--all] [--only <part of a name>]... [--own-tests] [--try-missed]
