@@ -22,8 +22,8 @@ from measuring import (
 )
 
 # The limits, for the ImuData records that are most of a log: a little above what is needed.
-MAX_INSTRUCTIONS_PER_DATAGRAM = 1290  # in bursts
-MAX_INSTRUCTIONS_PER_WOKEN_DATAGRAM = 1650  # each with a pass of the loop
+MAX_INSTRUCTIONS_PER_DATAGRAM = 1315  # in bursts
+MAX_INSTRUCTIONS_PER_WOKEN_DATAGRAM = 1670  # each with a pass of the loop
 MAX_INSTRUCTIONS_PER_RECORD = 1600
 ALLOCATIONS_PER_DATAGRAM = 1  # the snapshot of the observers
 ALLOCATIONS_PER_RECORD = 2  # the snapshots behind the reader and behind the delay

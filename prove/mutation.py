@@ -87,8 +87,8 @@ def sample(breaks):
 
 def source_files():
     listed = subprocess.run(
-        ["git", "ls-files", "-co", "--exclude-standard", "CMakeLists.txt", "docs", "src", "tests",
-         "tools"],
+        ["git", "ls-files", "-co", "--exclude-standard", "CMakeLists.txt", "docs", "packaging",
+         "src", "tests", "tools"],
         cwd=ROOT, check=True, capture_output=True, text=True,
     )  # fmt: skip
     return [name for name in listed.stdout.splitlines() if (ROOT / name).is_file()]
@@ -133,7 +133,7 @@ class Copy:
         subprocess.run(
             ["cmake", "-S", self._tree, "-B", self._build, "-G", "Ninja",
              "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS=-w", "-DCMAKE_CXX_FLAGS_DEBUG=-O0",
-             "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=gold",
+             "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=gold", "-DLOG_TOOL_BENCH=OFF",
              "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST"],
             check=True, stdout=subprocess.DEVNULL,
         )  # fmt: skip

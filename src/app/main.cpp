@@ -14,7 +14,7 @@
 
 static constexpr int END_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
 
-static std::unique_ptr<LogTool> s_logTool; // for the signal handlers; lives until the process exits
+static std::unique_ptr<LogTool> s_logTool; // for the signal handler; lives until the process exits
 static std::terminate_handler s_terminate; // the C++ library's own
 
 // The log and the socket take the lowest free descriptors. In the place of a closed standard one
@@ -27,47 +27,41 @@ static void openStandardDescriptors()
     }
 }
 
-// Out of memory: what has been recorded so far must not go with the process.
+// Nobody catches exceptions: what has been recorded so far must not go with the process.
 static void onTerminate()
 {
     fflush(nullptr);
     s_terminate();
 }
 
-static void endRun()
-{
-    s_logTool->m_stop = true;
-    s_logTool->m_udpCon->close();
-}
-
-// The handlers run only where the loop lets them in, so they interrupt no allocation, no output, no
-// list work.
-static void onInterrupt(int sig)
-{
-    puts("\nCTRL-C Pressed");
-    signal(sig, SIG_IGN);
-    endRun();
-}
-
-// The machine goes down, or the terminal is gone: the log is to be whole then as well.
-static void onEnd(int sig)
-{
-    signal(sig, SIG_IGN);
-    endRun();
-}
-
-// Held back from here on until the loop lets them in: the handlers need s_logTool.
-static void installSignalHandlers()
+static void holdBackEndSignals()
 {
     sigset_t set;
     sigemptyset(&set);
     for (int const sig : END_SIGNALS)
         sigaddset(&set, sig);
     sigprocmask(SIG_BLOCK, &set, nullptr);
+}
 
+// Runs only where the loop lets it in, and alone, so it interrupts no allocation, no output, no
+// list work.
+static void onInterrupt(int sig)
+{
+    holdBackEndSignals(); // a different one would still come into the middle of this one
+    if (sig == SIGINT)
+        puts("\nCTRL-C Pressed");
+    signal(sig, SIG_IGN);
+    s_logTool->m_stop = true;
+    s_logTool->m_udpCon->close();
+}
+
+static void installSignalHandlers()
+{
+    holdBackEndSignals(); // until the loop lets them in: the handler needs s_logTool
     signal(SIGINT, onInterrupt);
-    signal(SIGTERM, onEnd);
-    if (signal(SIGHUP, onEnd) == SIG_IGN)
+    // The machine goes down, or the terminal is gone: the log is to be whole then as well.
+    signal(SIGTERM, onInterrupt);
+    if (signal(SIGHUP, onInterrupt) == SIG_IGN)
         signal(SIGHUP, SIG_IGN); // nohup
     signal(SIGPIPE, SIG_IGN);    // a recording goes on when nobody reads its output any more
 }

@@ -20,9 +20,11 @@ public:
 
     void unsubscribe(std::shared_ptr<TIObserver<T>> const& observer) override
     {
-        auto const unwanted = observer; // the caller's own may go with an entry
-        // A predicate of one reference: short of memory, the program must still come to its end.
-        remove([&](std::weak_ptr<TIObserver<T>> entry) { return entry.lock() == unwanted; });
+        // Held here and only referred to there: a predicate of one reference takes no memory, and
+        // short of memory the program must still come to its end.
+        auto const unwanted = observer;
+        remove(
+            [&unwanted](std::weak_ptr<TIObserver<T>> entry) { return entry.lock() == unwanted; });
     }
 
     /// Hands the record to every living observer, in the order of subscription. The observers may

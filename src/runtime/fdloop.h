@@ -73,7 +73,8 @@ int fdloop_unregister_signal(_fdloop_t* loop, int fd, int signo);
 /// Blocks `signo` but for the wait of a pass, the end of a pass and fdloop_let_signals_in. Its
 /// ordinary handler then interrupts no allocation, output or list work, so it may call whatever a
 /// callback may call, and a flag that it sets is seen before the next wait. Passes that never have
-/// to wait delay it by no more than 100 ms and a pass.
+/// to wait delay it by no more than 100 ms and a pass. Handlers of different signals may interrupt
+/// one another, unless they hold one another back.
 void fdloop_signal_in_wait(_fdloop_t* loop, int signo);
 
 /// Lets the signals of fdloop_signal_in_wait in here as well: for a callback that may go on for

@@ -18,7 +18,7 @@ void tt_panic(char const* fmt, ...)
     va_start(ap, fmt);
     tt_vprintf(fmt, ap);
     va_end(ap);
-    // abort() does not: what has been recorded so far must not go with the process.
+    // abort() writes no stream out: what has been recorded so far must not go with the process.
     fflush(nullptr);
     tt_abort();
 }

@@ -78,8 +78,7 @@ bool FdloopUdpCon::transmit(sockaddr_in const* to, unsigned char const* data, un
 
 void FdloopUdpCon::setRxCallBack(RxCallBack const& cb)
 {
-    m_rxCallBack = cb;
-    ++m_rxCallBackChanges;
+    m_rxCallBack = cb ? std::make_shared<RxCallBack const>(cb) : nullptr;
 }
 
 void FdloopUdpCon::setBindGuard(std::shared_ptr<WaitPoint> guard)
@@ -108,9 +107,6 @@ bool FdloopUdpCon::countForPeriod()
 void FdloopUdpCon::rxDataReady()
 {
     std::weak_ptr<void> const lifetime = m_lifetime;
-    // Copies of the callbacks run: they may replace themselves or destroy the connection.
-    RxCallBack rxCallBack = m_rxCallBack;
-    uint32_t copiedChanges = m_rxCallBackChanges;
 
     for (unsigned count = 1; !lifetime.expired(); ++count) {
         // Datagrams that come faster than they are taken keep this drain going: CTRL-C must end it.
@@ -124,16 +120,13 @@ void FdloopUdpCon::rxDataReady()
         auto const* const from = reinterpret_cast<sockaddr const*>(&msg.addr);
         auto const len = static_cast<unsigned>(msg.len);
 
-        if (copiedChanges != m_rxCallBackChanges) {
-            rxCallBack = m_rxCallBack;
-            copiedChanges = m_rxCallBackChanges;
-        }
-        if (rxCallBack)
-            rxCallBack(from, msg.data, len);
+        // Held while it runs: it may replace itself or destroy the connection.
+        if (auto const rxCallBack = m_rxCallBack)
+            (*rxCallBack)(from, msg.data, len);
         if (lifetime.expired())
             return;
         if (countForPeriod()) {
-            RxCallBack const periodicRxCallBack = m_periodicRxCallBack;
+            RxCallBack const periodicRxCallBack = m_periodicRxCallBack; // a copy, likewise
             periodicRxCallBack(from, msg.data, len);
             s_rxCount = 0;
         }

@@ -43,8 +43,7 @@ private:
     _fdloop_t const* m_loop;
     int m_port;
     UdpSocket m_socket;
-    RxCallBack m_rxCallBack;
-    uint32_t m_rxCallBackChanges = 0;
+    std::shared_ptr<RxCallBack const> m_rxCallBack; // null for none
     RxCallBack m_periodicRxCallBack;
     uint32_t m_period = 0;
     std::shared_ptr<WaitPoint> m_bindGuard;
