@@ -42,7 +42,8 @@ FakeTerminal::~FakeTerminal()
     s_terminal = nullptr;
 }
 
-// The names are the linker's. A time_t of 64 bits on a 32-bit machine comes with functions of other names.
+// The names are the linker's. A time_t of 64 bits on a 32-bit machine comes with functions of other
+// names.
 #if defined __USE_TIME_BITS64 && __TIMESIZE == 32
 #define __real_gettimeofday __real___gettimeofday64
 #define __wrap_gettimeofday __wrap___gettimeofday64
