@@ -29,8 +29,9 @@ _libc = ctypes.CDLL(None)
 _PR_SET_PDEATHSIG = 1
 
 
-def _end_with_the_test():
-    _libc.prctl(_PR_SET_PDEATHSIG, signal.SIGKILL)
+def _prepare_child():
+    _libc.prctl(_PR_SET_PDEATHSIG, signal.SIGKILL)  # it ends with the test
+    signal.signal(signal.SIGHUP, signal.SIG_DFL)  # also where nohup runs the test
 
 
 class Program:
@@ -46,7 +47,7 @@ class Program:
             stdin=subprocess.DEVNULL,
             stdout=subprocess.PIPE,
             stderr=self._errors,
-            preexec_fn=_end_with_the_test,
+            preexec_fn=_prepare_child,
         )
         self._selector = selectors.DefaultSelector()
         self._selector.register(self._process.stdout, selectors.EVENT_READ)

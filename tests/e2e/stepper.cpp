@@ -38,7 +38,7 @@
 
 static constexpr time_t AT_THE_LATEST_S = 1;
 
-struct Part
+struct Range
 {
     uint64_t start;
     uint64_t size;
@@ -80,7 +80,7 @@ static uint64_t programCounter(pid_t pid)
 }
 
 // Where the executable, the first file that the kernel maps, lies in memory.
-static Part executable(pid_t pid)
+static Range executable(pid_t pid)
 {
     std::string const prefix = "/proc/" + std::to_string(pid);
     char path[4096] = {};
@@ -90,7 +90,7 @@ static Part executable(pid_t pid)
     if (!maps)
         fail("maps");
 
-    Part part = {};
+    Range part = {};
     char line[8192];
     while (fgets(line, sizeof line, maps)) {
         char* rest = nullptr;
@@ -106,7 +106,7 @@ static Part executable(pid_t pid)
     return part;
 }
 
-static bool contains(Part const& part, uint64_t address)
+static bool contains(Range const& part, uint64_t address)
 {
     return address - part.start < part.size;
 }
@@ -211,7 +211,7 @@ private:
     {
         if (m_parts.empty())
             return true;
-        for (Part const& part : m_parts) {
+        for (Range const& part : m_parts) {
             if (contains(part, counter - m_executable.start))
                 return true;
         }
@@ -235,8 +235,8 @@ private:
     pid_t m_pid;
     char const* m_report;
     uint64_t m_count = 0;
-    std::vector<Part> m_parts;
-    Part m_executable = {};
+    std::vector<Range> m_parts;
+    Range m_executable = {};
     uint64_t m_steps = 0;
     uint64_t m_before = 0;
     uint64_t m_unblocked = 0;
