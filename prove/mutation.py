@@ -46,7 +46,10 @@ TESTED_BY = {
     "app": ("app",),
 }
 MAIN = "src/app/main.cpp"  # in no unit test
-PROGRAM_TESTS = ("command_line", "record", "replay", "hello", "interrupt", "broken_log")
+PROGRAM_TESTS = (
+    "command_line_test", "record_test", "replay_test", "hello_test", "interrupt_test",
+    "broken_log_test", "closed_descriptors_test", "aimed_interrupt_test.InterruptedHandlerTest",
+)  # fmt: skip
 
 UNIT_LIMIT_S = 40  # the slowest takes 6
 PROGRAM_LIMIT_S = 90  # the slowest takes 16
@@ -164,7 +167,7 @@ class Copy:
         }
         runs = {
             module: self._run(
-                [sys.executable, "-B", "-m", "unittest", "-f", f"{module}_test"],
+                [sys.executable, "-B", "-m", "unittest", "-f", module],
                 self._tree / "tests" / "e2e", environment, PROGRAM_LIMIT_S)
             for module in PROGRAM_TESTS
         }  # fmt: skip

@@ -51,10 +51,14 @@ class InterruptedHandlerTest(RecordingTest):
         program = recording.program
         output = os.open(f"/proc/{program.pid}/fd/1", os.O_WRONLY | os.O_NONBLOCK)
         with open(output, "wb", buffering=0) as pipe:
-            while pipe.write(b"\n" * 100):
-                pass  # until it is full
+            for size in (1000, 1):
+                while pipe.write(b"\n" * size):
+                    pass  # until it is full
         program.interrupt()
-        while signal.SIGINT not in self.signals(program, "SigBlk"):
+        while (
+            signal.SIGINT in self.signals(program, "ShdPnd")
+            or signal.SIGINT not in self.signals(program, "SigBlk")
+        ):
             time.sleep(LOOK_S)
         program.signal(signal.SIGTERM)
         program.signal(signal.SIGHUP)
