@@ -11,7 +11,7 @@ cd "$(dirname "$0")/.."
 build=build/coverage
 
 main() {
-    scripts/setup.sh test
+    scripts/setup.sh prove
     mkdir -p build
     cmake --preset coverage >build/configure.log
     cmake --build --preset coverage

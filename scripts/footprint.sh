@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Prints what log_tool takes of a 32-bit ARM board: size, memory, the work of its start, and the
-# system calls of a recording. Fails when one of them is more than it should be.
+# system calls of a recording. Fails when size or memory is more than it should be, or a call of
+# another kind appears.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

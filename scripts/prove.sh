@@ -7,7 +7,8 @@
 #
 # A stage is a program of prove/ by its name, with or without its ending; all of them without one. It
 # prints rows of name, figure and bound, and fails on a loss, a crash or a bound that does not hold.
-# Stages of Python take options that scale them: prove/<stage> --help.
+# Stages of Python take options that scale them: prove/<stage>.py --help.
+# PROVE_LIMIT, by default 45m, ends a stage that takes longer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

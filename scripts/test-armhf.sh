@@ -12,8 +12,9 @@ cat <<'EOT'
 
 What the emulator cannot do, beside the tests that CTest lists above as not run:
   valgrind         it does not run in the emulator: these tests are disabled here
-  faults           what these tests do to a process, its system calls and its memory, would be
-                   done to the emulator: they are disabled here
+  faults           closed_descriptors, disk, interrupted_wait, socket_faults, aimed_interrupt,
+                   clock_wrap and memory: what they do to a process, its system calls, its clock
+                   and its memory, would be done to the emulator: they are disabled here
   the 2 GiB limit  the kernel below is a 64-bit one and lets any file grow: the tests check instead
                    that log_tool opens its log with the flag by which a board's kernel does
   memory           the emulator's own is counted with the program's: that a long replay needs no

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Passes every check: layout of the code, static analysis, the tests under the sanitizers, and the
-# tests as the program is shipped. On a fresh Debian 12 it installs what it needs.
+# Passes every check: format, static analysis, cost, the tests under the sanitizers, the seeds of the
+# fuzz targets, the tests as the program is shipped and as 32-bit ARM code. On a fresh Debian 12 it
+# installs what it needs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 mkdir -p build
