@@ -146,6 +146,7 @@ def count_by_type(record, replay):
     """Floats go through the XDR routines one by one, so that a record's type decides its cost."""
     print(f"\n{'instructions in user space':<34}{'recorded':>11}{'replayed':>11}")
     total = [0, 0]
+    plain = [0, 0]
     with folder() as place:
         for number, type_ in codec.TYPES.items():
             mix = ",".join("1" if other == number else "0" for other in codec.TYPES)
@@ -155,8 +156,11 @@ def count_by_type(record, replay):
             )
             print(f"{'  ' + type_.name:<34}{costs[0]:>11.0f}{costs[1]:>11.0f}", flush=True)
             total = [sum_ + MIX_HZ[type_] * cost for sum_, cost in zip(total, costs)]
+            plain = [sum_ + cost for sum_, cost in zip(plain, costs)]
     recorded, replayed = (sum_ / sum(MIX_HZ.values()) for sum_ in total)
     print(f"{'  mean at 100/20/5/5/1 Hz':<34}{recorded:>11.0f}{replayed:>11.0f}")
+    recorded, replayed = (sum_ / len(codec.TYPES) for sum_ in plain)
+    print(f"{'  mean of the types':<34}{recorded:>11.0f}{replayed:>11.0f}")
 
 
 def record_peak(command, length):
