@@ -14,18 +14,12 @@ board=build/armhf/board
 # The XDR routines; and for the companion programs two libraries of headers alone.
 packages=(libtirpc-dev libcli11-dev nlohmann-json3-dev)
 
-# main_suite: the first mirror among the machine's own package sources that has this release. The
-# updates suites would not do: they hold only what has changed since.
+# main_suite: the release of this machine.
 main_suite() {
-    local codename uris
+    local codename mirror
     codename=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
-    mapfile -t uris < <(apt-get indextargets --format "\$(REPO_URI)" \
-        'Created-By: Packages' 'Origin: Debian' "Codename: $codename" 'Component: main')
-    [ ${#uris[@]} -gt 0 ] || {
-        echo "build-armhf: apt knows no mirror of Debian's $codename; try apt-get update" >&2
-        return 1
-    }
-    echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] ${uris[0]} $codename main"
+    mirror=$(scripts/debian_mirror.sh "$codename")
+    echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $mirror $codename main"
 }
 
 # make_sysroot: apt works on a state of its own, in which this is an ARM machine without packages.

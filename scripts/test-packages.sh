@@ -23,11 +23,7 @@ fail() {
 }
 
 mirror() {
-    local uris
-    mapfile -t uris < <(apt-get indextargets --format "\$(REPO_URI)" 'Created-By: Packages' \
-        'Origin: Debian' 'Codename: bookworm' 'Component: main')
-    [ ${#uris[@]} -gt 0 ] || fail "apt knows no mirror of Debian 12; try apt-get update"
-    echo "${uris[0]}"
+    scripts/debian_mirror.sh bookworm
 }
 
 # fresh_debian <folder>: a copy of one that is made once.
