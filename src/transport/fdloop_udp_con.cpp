@@ -104,14 +104,29 @@ bool FdloopUdpCon::countForPeriod()
     return m_periodicRxCallBack && m_period != 0 && ++s_rxCount >= m_period;
 }
 
+void FdloopUdpCon::callPeriodically(sockaddr const* from, unsigned char const* data,
+                                    unsigned int len)
+{
+    // A copy runs: the callback may replace itself or destroy the connection.
+    RxCallBack const periodicRxCallBack = m_periodicRxCallBack;
+    periodicRxCallBack(from, data, len);
+    s_rxCount = 0;
+}
+
 void FdloopUdpCon::rxDataReady()
 {
     std::weak_ptr<void> const lifetime = m_lifetime;
+    // Held while it runs: it may replace itself or destroy the connection, too.
+    auto rxCallBack = m_rxCallBack;
 
     for (unsigned count = 1; !lifetime.expired(); ++count) {
         // Datagrams that come faster than they are taken keep this drain going: CTRL-C must end it.
         if (count % SIGNALS_EVERY_N_DATAGRAMS == 0 && fdloop_let_signals_in(mutableLoop(m_loop)))
             return;
+        if (rxCallBack != m_rxCallBack) {
+            rxCallBack = m_rxCallBack; // the former one may take the connection with it
+            continue;
+        }
 
         IUdpSocket::message_t const msg = m_socket.receive();
         if (msg.len < 1)
@@ -120,15 +135,11 @@ void FdloopUdpCon::rxDataReady()
         auto const* const from = reinterpret_cast<sockaddr const*>(&msg.addr);
         auto const len = static_cast<unsigned>(msg.len);
 
-        // Held while it runs: it may replace itself or destroy the connection.
-        if (auto const rxCallBack = m_rxCallBack)
+        if (rxCallBack)
             (*rxCallBack)(from, msg.data, len);
         if (lifetime.expired())
             return;
-        if (countForPeriod()) {
-            RxCallBack const periodicRxCallBack = m_periodicRxCallBack; // a copy, likewise
-            periodicRxCallBack(from, msg.data, len);
-            s_rxCount = 0;
-        }
+        if (countForPeriod())
+            callPeriodically(from, msg.data, len);
     }
 }

@@ -37,6 +37,9 @@ private:
     /// Counts a datagram; true when the periodic callback is to run for it.
     bool countForPeriod();
 
+    /// The connection may be gone afterwards.
+    void callPeriodically(sockaddr const* from, unsigned char const* data, unsigned int len);
+
     // Shared by all connections, on purpose: the period counts what the process receives.
     static uint32_t s_rxCount;
 

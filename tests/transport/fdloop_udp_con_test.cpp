@@ -409,9 +409,22 @@ protected:
     {
         s_con = &con;
         con->setRxCallBack([this](sockaddr const*, unsigned char const* data, unsigned int len) {
-            received.emplace_back();
-            if (received.size() < ENOUGH)
-                con->transmit(&self, data, len);
+            refill(data, len);
+        });
+    }
+
+    void refill(unsigned char const* data, unsigned int len)
+    {
+        received.emplace_back();
+        if (received.size() < ENOUGH)
+            con->transmit(&self, data, len);
+    }
+
+    void setSelfReplacingCallback()
+    {
+        con->setRxCallBack([this](sockaddr const*, unsigned char const* data, unsigned int len) {
+            refill(data, len);
+            setSelfReplacingCallback();
         });
     }
 
@@ -443,6 +456,12 @@ TEST_F(FdloopUdpConEndlessRx, endsWhenASignalClosesTheConnection)
 TEST_F(FdloopUdpConEndlessRx, endsWhenASignalDestroysTheConnection)
 {
     drainWithSignal([](int) { s_con->reset(); });
+}
+
+TEST_F(FdloopUdpConEndlessRx, endsThoughTheCallbackReplacesItselfEveryTime)
+{
+    setSelfReplacingCallback();
+    drainWithSignal([](int) { (*s_con)->close(); });
 }
 
 TEST_F(FdloopUdpConRx, theCallbackMayTransmit)
@@ -489,6 +508,36 @@ TEST_F(FdloopUdpConRx, thePeriodicCallbackMayDestroyTheConnection)
     EXPECT_EQ(0, loop->fd_count);
 }
 
+TEST_F(FdloopUdpConRx, theCallbackMayBeTheConnectionsLastOwnerAndReplaceItself)
+{
+    std::shared_ptr<FdloopUdpCon> owner = std::move(con);
+    owner->setRxCallBack(
+        [this, owner](sockaddr const* from, unsigned char const* data, unsigned int len) {
+            owner->setRxCallBack({});
+            appendTo(received)(from, data, len);
+        });
+    owner.reset();
+    send({"a", "b"});
+
+    EXPECT_EQ(0, fdloop_run(loop));
+    EXPECT_EQ((Texts{"a"}), received);
+    EXPECT_EQ(0, loop->fd_count);
+}
+
+TEST_F(FdloopUdpConRx, thePeriodicCallbackMayBeTheConnectionsLastOwnerAndReplaceItself)
+{
+    resetCounter();
+    con->setRxCallBack(appendTo(received));
+    std::shared_ptr<FdloopUdpCon> owner = std::move(con);
+    owner->setPeriodicRxCallBack([owner](auto&&...) { owner->setPeriodicRxCallBack({}, 0); }, 1);
+    owner.reset();
+    send({"a", "b"});
+
+    EXPECT_EQ(0, fdloop_run(loop));
+    EXPECT_EQ((Texts{"a"}), received);
+    EXPECT_EQ(0, loop->fd_count);
+}
+
 TEST_F(FdloopUdpConRx, thePeriodicCallbackMayReplaceItself)
 {
     resetCounter();
@@ -503,6 +552,21 @@ TEST_F(FdloopUdpConRx, thePeriodicCallbackMayReplaceItself)
     con->rxDataReady();
 
     EXPECT_EQ((Texts{"first 2", "second 3", "second 4"}), received);
+}
+
+TEST_F(FdloopUdpConRx, thePeriodicCallbackMayClearAndSetTheOther)
+{
+    resetCounter();
+    con->setRxCallBack(appendTo(received));
+    con->setPeriodicRxCallBack([this](auto&&...) { con->setRxCallBack({}); }, 1);
+    send({"a", "b"});
+    con->rxDataReady();
+    EXPECT_EQ((Texts{"a"}), received);
+
+    con->setPeriodicRxCallBack([this](auto&&...) { con->setRxCallBack(appendTo(received)); }, 1);
+    send({"c", "d"});
+    con->rxDataReady();
+    EXPECT_EQ((Texts{"a", "d"}), received);
 }
 
 /* The periodic callback */
