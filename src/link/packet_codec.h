@@ -28,7 +28,7 @@ public:
     }
     void real(float& value)
     {
-        m_xdr.netToFloat(m_next, value);
+        Xdr().netToFloat(m_next, value);
         m_next += sizeof value;
     }
 
@@ -37,7 +37,6 @@ public:
 
 private:
     unsigned char const* m_next;
-    Xdr m_xdr;
 };
 
 /// Puts fields into a datagram, from the byte given on. The caller has provided the room.
@@ -57,14 +56,13 @@ public:
     }
     void real(float const& value)
     {
-        m_xdr.floatToNet(value, m_next);
+        Xdr().floatToNet(value, m_next);
         m_next += sizeof value;
     }
     void flag(bool const& value) { byte(value ? 1 : 0); }
 
 private:
     unsigned char* m_next;
-    Xdr m_xdr;
 };
 
 template <class Record>

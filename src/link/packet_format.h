@@ -31,9 +31,13 @@ struct PacketFormat<ImuData>
     template <class Codec, class Record>
     static constexpr void fields(Codec& codec, Record& r)
     {
-        codec.word(r.ticks); // 8
-        for (auto& value : r.values)
-            codec.real(value); // 12, 16, 20, 24, 28, 32
+        codec.word(r.ticks);     // 8
+        codec.real(r.values[0]); // 12
+        codec.real(r.values[1]); // 16
+        codec.real(r.values[2]); // 20
+        codec.real(r.values[3]); // 24
+        codec.real(r.values[4]); // 28
+        codec.real(r.values[5]); // 32
     }
 };
 
@@ -96,9 +100,11 @@ struct PacketFormat<AttitudeData>
     template <class Codec, class Record>
     static constexpr void fields(Codec& codec, Record& r)
     {
-        codec.word(r.ticks); // 8
-        for (auto& value : r.values)
-            codec.real(value); // 12, 16, 20, 24
+        codec.word(r.ticks);     // 8
+        codec.real(r.values[0]); // 12
+        codec.real(r.values[1]); // 16
+        codec.real(r.values[2]); // 20
+        codec.real(r.values[3]); // 24
         for (auto& flag : r.flags)
             codec.flag(flag); // 28..31
     }
