@@ -26,6 +26,9 @@ public:
 
 private:
     bool read(void* data, size_t size);
+    template <class Few>
+    bool readFew(Few& few);
+    bool tellWhyNot(size_t got);
 
     static uint32_t s_footer;
 

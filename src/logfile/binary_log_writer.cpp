@@ -12,7 +12,7 @@ bool BinaryLogWriter::openFile(std::string name)
 
 bool BinaryLogWriter::writeHeader(FrameHeader const& header)
 {
-    return isVersionLegal(header) && write(&header, sizeof header);
+    return isVersionLegal(header) && writeFew(header);
 }
 
 bool BinaryLogWriter::writePayload(void const* data, size_t size)
@@ -22,15 +22,31 @@ bool BinaryLogWriter::writePayload(void const* data, size_t size)
 
 bool BinaryLogWriter::writeFooter()
 {
-    return write(&FRAME_FOOTER, sizeof FRAME_FOOTER);
+    return writeFew(FRAME_FOOTER);
 }
 
 bool BinaryLogWriter::write(void const* data, size_t size)
 {
     // One thread: the stream's lock would only cost.
     size_t const written = fwrite_unlocked(data, 1, size, m_file->stream());
-    if (written == size)
-        return true;
+    return written == size || tellWhyNot(written);
+}
+
+// For a few bytes fwrite() costs more than they do.
+template <class Few>
+bool BinaryLogWriter::writeFew(Few const& few)
+{
+    auto const* const bytes = reinterpret_cast<unsigned char const*>(&few);
+    FILE* const stream = m_file->stream();
+    size_t written = 0;
+
+    while (written < sizeof few && putc_unlocked(bytes[written], stream) != EOF)
+        ++written;
+    return written == sizeof few || tellWhyNot(written);
+}
+
+bool BinaryLogWriter::tellWhyNot(size_t written)
+{
     printf("File write failed res %u, errno %d\n", static_cast<unsigned>(written), errno);
     return false;
 }
