@@ -22,9 +22,9 @@ from measuring import (
 )
 
 # The limits, for the ImuData records that are most of a log: a little above what is needed.
-MAX_INSTRUCTIONS_PER_DATAGRAM = 1315  # in bursts
-MAX_INSTRUCTIONS_PER_WOKEN_DATAGRAM = 1670  # each with a pass of the loop
-MAX_INSTRUCTIONS_PER_RECORD = 1600
+MAX_INSTRUCTIONS_PER_DATAGRAM = 1050  # in bursts
+MAX_INSTRUCTIONS_PER_WOKEN_DATAGRAM = 1385  # each with a pass of the loop
+MAX_INSTRUCTIONS_PER_RECORD = 1420
 ALLOCATIONS_PER_DATAGRAM = 1  # the snapshot of the observers
 ALLOCATIONS_PER_RECORD = 2  # the snapshots behind the reader and behind the delay
 
