@@ -1,6 +1,6 @@
 // Replays a whole log like log_tool, at the cost of a buffered read and one sendto per record: the
 // floor under what a replay can cost. All records go out at once; with --paced in front of the
-// other arguments each goes out on its millisecond, as log_tool's do.
+// other arguments each goes out on its millisecond, by the rule of log_tool's loop.
 
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +23,7 @@ struct Pace
     bool isKept;
     std::optional<uint32_t> firstTicks;
     uint32_t startMs;
+    uint32_t wokenMs;
 };
 
 struct Replay
@@ -33,21 +34,28 @@ struct Replay
     Pace pace;
 };
 
+// A wait counts from the reading of the clock at the last wake-up, since the loop has one reading
+// for all timers of a pass. Work since then makes the record late if the clock has moved on
+// meanwhile.
 static void waitUntilDue(Pace& pace, uint32_t ticks)
 {
     if (!pace.firstTicks) {
         pace.firstTicks = ticks;
         pace.startMs = tt_time_ms();
+        pace.wokenMs = pace.startMs;
     }
-    int64_t const offset = int64_t{ticks} - int64_t{*pace.firstTicks};
-    while (true) {
-        int64_t const wait = offset - int64_t{tt_time_ms_elapsed(pace.startMs)};
-        if (wait < 1)
-            return;
+    int64_t const due = int64_t{ticks} - int64_t{*pace.firstTicks};
+    if (due <= int64_t{tt_time_ms_elapsed(pace.startMs)})
+        return;
+
+    int64_t wait = due - int64_t{pace.wokenMs - pace.startMs};
+    while (wait > 0) {
         timeval limit = {};
         limit.tv_sec = static_cast<time_t>(wait / 1000);
         limit.tv_usec = static_cast<suseconds_t>(wait % 1000 * 1000);
         select(0, nullptr, nullptr, nullptr, &limit);
+        pace.wokenMs = tt_time_ms();
+        wait = due - int64_t{pace.wokenMs - pace.startMs};
     }
 }
 
