@@ -20,11 +20,12 @@ from measuring import (
     require,
     tool_commands,
 )
+from mix import MIX_OPTIONS, MIX_TYPES, RECORDS_A_SECOND
 
-# The limits, for the ImuData records that are most of a log: a little above what is needed.
-MAX_INSTRUCTIONS_PER_DATAGRAM = 1050  # in bursts
-MAX_INSTRUCTIONS_PER_WOKEN_DATAGRAM = 1385  # each with a pass of the loop
-MAX_INSTRUCTIONS_PER_RECORD = 1420
+# The limits, for the records of a drive: a little above what is needed.
+MAX_INSTRUCTIONS_PER_DATAGRAM = 1000  # in bursts
+MAX_INSTRUCTIONS_PER_WOKEN_DATAGRAM = 1340  # each with a pass of the loop
+MAX_INSTRUCTIONS_PER_RECORD = 1350
 ALLOCATIONS_PER_DATAGRAM = 1  # the snapshot of the observers
 ALLOCATIONS_PER_RECORD = 2  # the snapshots behind the reader and behind the delay
 
@@ -38,8 +39,7 @@ MAX_FURTHER_CALLS = 0.01
 CLOCK_CALL = "clock_gettime"
 WAITS = {"select", "pselect6", "_newselect", "pselect6_time64"}
 
-DATAGRAMS = (800, 2400)
-RECORDS = (1024, 3072)
+LENGTHS = (5 * RECORDS_A_SECOND, 15 * RECORDS_A_SECOND)
 
 
 def other_calls(counts):
@@ -106,12 +106,13 @@ def main():
             ),
         ):
             floor, tool = (
-                record_counts(command, place, burst, *DATAGRAMS)
+                record_counts(command, place, burst, *LENGTHS, *MIX_OPTIONS)
                 for command in ([RECORD_FLOOR], record)
             )
             problems += check(name, floor, tool, *limits)
         floor, tool = (
-            replay_counts(command, place, *RECORDS) for command in ([REPLAY_FLOOR], replay)
+            replay_counts(command, place, *LENGTHS, MIX_TYPES)
+            for command in ([REPLAY_FLOOR], replay)
         )
         problems += check(
             "record that is due",

@@ -68,7 +68,7 @@ public:
         unsigned const total = std::accumulate(mix.begin(), mix.end(), 0U);
         if (total == 0)
             throw std::invalid_argument("an empty mix");
-        PerType<unsigned> credits = {};
+        PerType<int64_t> credits = {};
         for (unsigned i = 0; i < total; ++i) {
             for (size_t type = 0; type < mix.size(); ++type)
                 credits[type] += mix[type];

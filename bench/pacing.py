@@ -6,11 +6,9 @@ import struct
 import time
 
 import codec
-from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
 from measuring import Replayed
 
-MIX_HZ = {ImuData: 100, AttitudeData: 20, GnssPvt: 5, GnssData: 5, GenericData: 1}
-IMU_HZ = {ImuData: 1000}
+IMU_HZ = {codec.ImuData: 1000}
 START_MS = 5000
 
 

@@ -10,7 +10,8 @@ import sys
 from replay_bench import Replay, build
 
 import codec
-from pacing import MIX_HZ, drive
+from mix import MIX_HZ
+from pacing import drive
 
 EARLY_MS = 1.0  # the tool's clock counts whole milliseconds
 DRIFT_MS = 1.0

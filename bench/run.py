@@ -21,7 +21,8 @@ from measuring import (
     tool_commands,
     woken,
 )
-from pacing import IMU_HZ, MIX_HZ, Pacing, drive
+from mix import MIX, MIX_HZ, MIX_OPTIONS, MIX_TYPES, RECORDS_A_SECOND
+from pacing import IMU_HZ, Pacing, drive
 from replay_bench import Replay, build
 
 import codec
@@ -101,7 +102,7 @@ def measure_cpu(scale, record, replay):
 
 
 def measure_pacing(scale, replay):
-    for name, rates in (("1 kHz", IMU_HZ), ("100/20/5/5/1 Hz", MIX_HZ)):
+    for name, rates in (("1 kHz", IMU_HZ), (MIX, MIX_HZ)):
         records = drive(rates, scale.pacing_s)
         with folder() as place:
             results = interleaved(
@@ -130,23 +131,25 @@ def print_counts(name, floor, tool):
 
 def count(record, replay):
     with folder() as place:
+        datagrams = 10 * RECORDS_A_SECOND, 30 * RECORDS_A_SECOND
         for name, burst in ((f"bursts of {BURST}", BURST), ("woken for each", 1)):
             counts = [
-                record_counts(command, place, burst, 1600, 4800)
+                record_counts(command, place, burst, *datagrams, *MIX_OPTIONS)
                 for command in ([RECORD_FLOOR], record)
             ]
-            print_counts(f"per recorded datagram, {name}", *counts)
+            print_counts(f"per recorded datagram, {MIX}, {name}", *counts)
+        records = 10 * RECORDS_A_SECOND, 40 * RECORDS_A_SECOND
         counts = [
-            replay_counts(command, place, 1024, 5120) for command in ([REPLAY_FLOOR], replay)
+            replay_counts(command, place, *records, MIX_TYPES)
+            for command in ([REPLAY_FLOOR], replay)
         ]
-        print_counts("per replayed record, all due", *counts)
+        print_counts(f"per replayed record, {MIX}, all due", *counts)
 
 
 def count_by_type(record, replay):
     """Floats go through the XDR routines one by one, so that a record's type decides its cost."""
     print(f"\n{'instructions in user space':<34}{'recorded':>11}{'replayed':>11}")
     total = [0, 0]
-    plain = [0, 0]
     with folder() as place:
         for number, type_ in codec.TYPES.items():
             mix = ",".join("1" if other == number else "0" for other in codec.TYPES)
@@ -156,11 +159,8 @@ def count_by_type(record, replay):
             )
             print(f"{'  ' + type_.name:<34}{costs[0]:>11.0f}{costs[1]:>11.0f}", flush=True)
             total = [sum_ + MIX_HZ[type_] * cost for sum_, cost in zip(total, costs)]
-            plain = [sum_ + cost for sum_, cost in zip(plain, costs)]
-    recorded, replayed = (sum_ / sum(MIX_HZ.values()) for sum_ in total)
-    print(f"{'  mean at 100/20/5/5/1 Hz':<34}{recorded:>11.0f}{replayed:>11.0f}")
-    recorded, replayed = (sum_ / len(codec.TYPES) for sum_ in plain)
-    print(f"{'  mean of the types':<34}{recorded:>11.0f}{replayed:>11.0f}")
+    recorded, replayed = (sum_ / RECORDS_A_SECOND for sum_ in total)
+    print(f"{f'  mean at {MIX}':<34}{recorded:>11.0f}{replayed:>11.0f}")
 
 
 def record_peak(command, length):

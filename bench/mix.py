@@ -1,0 +1,14 @@
+"""The records of a drive: how often each type comes."""
+
+import codec
+from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
+
+MIX = "100/20/5/5/1 Hz"
+MIX_HZ = {ImuData: 100, AttitudeData: 20, GnssPvt: 5, GnssData: 5, GenericData: 1}
+RECORDS_A_SECOND = sum(MIX_HZ.values())
+
+# For the load generator.
+MIX_OPTIONS = ("--mix", ",".join(str(MIX_HZ[type_]) for type_ in codec.TYPES.values()))
+
+# For a log whose records are all due at once: their order does not matter.
+MIX_TYPES = tuple(type_ for type_, rate in MIX_HZ.items() for _ in range(rate))
