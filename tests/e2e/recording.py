@@ -28,14 +28,23 @@ NOTHING = r"(?!)"  # a pattern that matches no line
 UdpSocket = namedtuple("UdpSocket", "port drops queued")
 
 
+def _open_files(pid):
+    """What the process's descriptors are. One that is closed meanwhile is left out."""
+    links = f"/proc/{pid}/fd"
+    files = set()
+    for fd in os.listdir(links):
+        with contextlib.suppress(FileNotFoundError):
+            files.add(os.readlink(f"{links}/{fd}"))
+    return files
+
+
 def udp_socket(pid):
     """The state of the process's only UDP socket."""
-    links = f"/proc/{pid}/fd"
-    inodes = {os.readlink(f"{links}/{fd}") for fd in os.listdir(links)}
+    files = _open_files(pid)
     with open(f"/proc/{pid}/net/udp", encoding="ascii") as table:
         for line in table.readlines()[1:]:
             fields = line.split()
-            if f"socket:[{fields[9]}]" in inodes:
+            if f"socket:[{fields[9]}]" in files:
                 port, queued = (int(fields[i].split(":")[1], 16) for i in (1, 4))
                 if port != 0:  # else it is on its way in or out
                     return UdpSocket(port, int(fields[12]), queued)
