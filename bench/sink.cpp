@@ -20,14 +20,14 @@
 
 static constexpr timespec PERIOD = {0, NS_PER_MS};
 
-struct Options
+struct SinkOptions
 {
     uint16_t port = 0; // the system chooses
     std::string stampsFile;
     bool isNumbered = false;
 };
 
-struct Received
+struct SinkReport
 {
     uint64_t count = 0;
     uint64_t wrong = 0;  // not a record of the load, or behind a later one
@@ -54,7 +54,7 @@ static bool isNumberedRecord(DeviceSocket::Reception const& reception, uint32_t&
     return isRecord;
 }
 
-static void check(DeviceSocket::Reception const& reception, Received& received)
+static void check(DeviceSocket::Reception const& reception, SinkReport& received)
 {
     uint32_t number = 0;
     if (!isNumberedRecord(reception, number) || number < received.number)
@@ -63,7 +63,7 @@ static void check(DeviceSocket::Reception const& reception, Received& received)
         received.number = number + 1;
 }
 
-static void drain(DeviceSocket const& socket, Received& received, FILE* stamps, bool isNumbered)
+static void drain(DeviceSocket const& socket, SinkReport& received, FILE* stamps, bool isNumbered)
 {
     static DeviceSocket::Reception reception;
     while (socket.receive(reception)) {
@@ -80,17 +80,17 @@ static void drain(DeviceSocket const& socket, Received& received, FILE* stamps, 
     }
 }
 
-static Received receiveUntilSignal(DeviceSocket const& socket, sigset_t const& end, FILE* stamps,
-                                   bool isNumbered)
+static SinkReport receiveUntilSignal(DeviceSocket const& socket, sigset_t const& end, FILE* stamps,
+                                     bool isNumbered)
 {
-    Received received;
+    SinkReport received;
     while (sigtimedwait(&end, nullptr, &PERIOD) == -1)
         drain(socket, received, stamps, isNumbered);
     drain(socket, received, stamps, isNumbered);
     return received;
 }
 
-static void receive(Options const& options)
+static void receive(SinkOptions const& options)
 {
     sigset_t end;
     sigemptyset(&end);
@@ -107,7 +107,7 @@ static void receive(Options const& options)
     DeviceSocket const socket("127.0.0.1", options.port);
     printf("listening on %u\n", unsigned{socket.port()});
     fflush(stdout);
-    Received const received = receiveUntilSignal(socket, end, stamps, options.isNumbered);
+    SinkReport const received = receiveUntilSignal(socket, end, stamps, options.isNumbered);
 
     nlohmann::json const report = {{"received", received.count}, {"bytes", received.bytes},
                                    {"wrong", received.wrong},    {"firstNs", received.firstNs},
@@ -120,7 +120,7 @@ static void receive(Options const& options)
 
 static int run(int argc, char** argv)
 {
-    Options options;
+    SinkOptions options;
     CLI::App app{"Counts the datagrams of a replay, until SIGINT or SIGTERM, and reports them as "
                  "one line of JSON."};
     app.add_option("--port", options.port, "to listen on, of 127.0.0.1; 0 lets the system choose");
