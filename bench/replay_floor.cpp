@@ -48,14 +48,15 @@ static void waitUntilDue(Pace& pace, uint32_t ticks)
     if (due <= int64_t{tt_time_ms_elapsed(pace.startMs)})
         return;
 
-    int64_t wait = due - int64_t{pace.wokenMs - pace.startMs};
-    while (wait > 0) {
+    while (true) {
+        int64_t const wait = due - int64_t{pace.wokenMs - pace.startMs};
+        if (wait < 1)
+            return;
         timeval limit = {};
         limit.tv_sec = static_cast<time_t>(wait / 1000);
         limit.tv_usec = static_cast<suseconds_t>(wait % 1000 * 1000);
         select(0, nullptr, nullptr, nullptr, &limit);
         pace.wokenMs = tt_time_ms();
-        wait = due - int64_t{pace.wokenMs - pace.startMs};
     }
 }
 

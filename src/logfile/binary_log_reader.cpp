@@ -36,7 +36,7 @@ bool BinaryLogReader::read(void* data, size_t size)
 {
     // One thread: the stream's lock would only cost.
     size_t const got = fread_unlocked(data, 1, size, m_file->stream());
-    return got == size || tellWhyNot(got);
+    return got == size || reportShortRead(got);
 }
 
 // For a few bytes fread() costs more than they do.
@@ -49,10 +49,10 @@ bool BinaryLogReader::readFew(Few& few)
 
     for (int byte = 0; got < sizeof few && (byte = getc_unlocked(stream)) != EOF; ++got)
         bytes[got] = static_cast<unsigned char>(byte);
-    return got == sizeof few || tellWhyNot(got);
+    return got == sizeof few || reportShortRead(got);
 }
 
-bool BinaryLogReader::tellWhyNot(size_t got)
+bool BinaryLogReader::reportShortRead(size_t got)
 {
     if (feof(m_file->stream()))
         puts("End of file reached");

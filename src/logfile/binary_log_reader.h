@@ -28,7 +28,7 @@ private:
     bool read(void* data, size_t size);
     template <class Few>
     bool readFew(Few& few);
-    bool tellWhyNot(size_t got);
+    bool reportShortRead(size_t got);
 
     static uint32_t s_footer;
 

@@ -29,7 +29,7 @@ bool BinaryLogWriter::write(void const* data, size_t size)
 {
     // One thread: the stream's lock would only cost.
     size_t const written = fwrite_unlocked(data, 1, size, m_file->stream());
-    return written == size || tellWhyNot(written);
+    return written == size || reportShortWrite(written);
 }
 
 // For a few bytes fwrite() costs more than they do.
@@ -42,10 +42,10 @@ bool BinaryLogWriter::writeFew(Few const& few)
 
     while (written < sizeof few && putc_unlocked(bytes[written], stream) != EOF)
         ++written;
-    return written == sizeof few || tellWhyNot(written);
+    return written == sizeof few || reportShortWrite(written);
 }
 
-bool BinaryLogWriter::tellWhyNot(size_t written)
+bool BinaryLogWriter::reportShortWrite(size_t written)
 {
     printf("File write failed res %u, errno %d\n", static_cast<unsigned>(written), errno);
     return false;

@@ -27,7 +27,7 @@ private:
     bool write(void const* data, size_t size);
     template <class Few>
     bool writeFew(Few const& few);
-    static bool tellWhyNot(size_t written);
+    static bool reportShortWrite(size_t written);
 
     std::unique_ptr<LogFile> m_file;
 };
