@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/build-armhf.sh >build/footprint.txt 2>&1 || {
+scripts/build-board.sh armhf >build/footprint.txt 2>&1 || {
     cat build/footprint.txt >&2
     exit 1
 }

@@ -6,6 +6,7 @@
 #   scripts/setup.sh bench    what bench/ needs, and the peers that it measures
 #   scripts/setup.sh prove    what scripts/prove.sh needs
 #   scripts/setup.sh armhf    to build the programs for a 32-bit ARM board and run their tests here
+#   scripts/setup.sh arm64    the same for a 64-bit one
 #   scripts/setup.sh package  to make the Debian packages
 #   scripts/setup.sh package-test    to install and run them
 set -euo pipefail
@@ -18,18 +19,19 @@ measuring=(valgrind strace socat wireshark-common tcpreplay)
 proving=(binutils bsdextrautils gcovr)
 package=(dpkg-dev file gzip lintian)
 package_test=(debootstrap systemd-container qemu-user mandoc groff-base python3)
-armhf=(g++-arm-linux-gnueabihf cmake ninja-build python3 googletest qemu-user)
+board=(cmake ninja-build python3 googletest qemu-user)
 
 case ${1:-} in
 build) packages=("${build[@]}") ;;
 test) packages=("${build[@]}" "${checkers[@]}") ;;
 bench) packages=("${build[@]}" "${measuring[@]}") ;;
 prove) packages=("${build[@]}" "${checkers[@]}" "${proving[@]}") ;;
-armhf) packages=("${armhf[@]}") ;;
+armhf) packages=(g++-arm-linux-gnueabihf "${board[@]}") ;;
+arm64) packages=(g++-aarch64-linux-gnu "${board[@]}") ;;
 package) packages=("${package[@]}") ;;
 package-test) packages=("${package_test[@]}") ;;
 *)
-    echo "usage: $0 build|test|bench|prove|armhf|package|package-test" >&2
+    echo "usage: $0 build|test|bench|prove|armhf|arm64|package|package-test" >&2
     exit 2
     ;;
 esac

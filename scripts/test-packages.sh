@@ -2,13 +2,13 @@
 # Installs the packages of scripts/package.sh, records with them and removes them. Needs root; on a
 # fresh Debian 12 it installs what it needs.
 #
-#   scripts/test-packages.sh [folder|boot|armhf]...    all by default
+#   scripts/test-packages.sh [folder|boot|armhf|arm64]...    all by default
 #
 #   folder   in a fresh Debian 12 in a folder below build/, as on a board without systemd
 #   boot     in another one, booted as a container: systemd starts the recording, stops it, and
 #            starts it again after a crash
-#   armhf    below build/, with the packages that apt chooses for those of armhf, under emulation:
-#            all are unpacked only, as no installation script and no systemd runs there
+#   armhf, arm64    below build/, with the packages that apt chooses for ours, under emulation: all
+#            are unpacked only, as no installation script and no systemd runs there
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -152,9 +152,9 @@ UNIT
     rm -rf "$folder"
 }
 
-# unpack_armhf <folder>: apt works on a state of its own, an ARM machine without packages.
-unpack_armhf() {
-    local folder=$1 package
+# unpack <architecture> <folder>: apt works on a state of its own, a machine without packages.
+unpack() {
+    local architecture=$1 folder=$2 package
     rm -rf "$folder"
     mkdir -p "$folder"/{etc/apt/preferences.d,var/lib/dpkg,var/lib/apt/lists/partial} \
         "$folder/var/cache/apt/archives/partial"
@@ -162,22 +162,24 @@ unpack_armhf() {
     echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $(mirror) bookworm main" \
         >"$folder/etc/apt/sources.list"
     local apt=(apt-get -qq -o Dir="$folder" -o Dir::State::status="$folder/var/lib/dpkg/status"
-        -o APT::Architecture=armhf -o APT::Architectures=armhf -o APT::Sandbox::User=root)
+        -o APT::Architecture="$architecture" -o APT::Architectures="$architecture"
+        -o APT::Sandbox::User=root)
     "${apt[@]}" update
     "${apt[@]}" install -y --no-install-recommends --download-only systemd-standalone-sysusers \
-        "$packages"/log-tool{,-utils}_*_armhf.deb >"$scratch/log.txt"
+        "$packages"/log-tool{,-utils}_*_"$architecture".deb >"$scratch/log.txt"
     for package in "$folder"/var/cache/apt/archives/*.deb \
-        "$packages"/log-tool{,-utils}_*_armhf.deb; do
+        "$packages"/log-tool{,-utils}_*_"$architecture".deb; do
         dpkg -x "$package" "$folder"
     done
 }
 
-test_armhf() {
-    local folder=$scratch/armhf program
-    unpack_armhf "$folder"
+# test_emulated <architecture> <emulator>
+test_emulated() {
+    local folder=$scratch/$1 emulator=$2 program
+    unpack "$1" "$folder"
     cmp packaging/record.sh "$folder/usr/libexec/log_tool/record"
     for program in log_tool device_sim; do
-        printf '#!/bin/sh\nexec qemu-arm -L "%s" "%s" "$@"\n' "$folder" \
+        printf '#!/bin/sh\nexec %s -L "%s" "%s" "$@"\n' "$emulator" "$folder" \
             "$folder/usr/bin/$program" >"$scratch/$program"
         chmod +x "$scratch/$program"
     done
@@ -186,11 +188,14 @@ test_armhf() {
     rm -rf "$folder"
 }
 
+test_armhf() { test_emulated armhf qemu-arm; }
+test_arm64() { test_emulated arm64 qemu-aarch64; }
+
 [ "$(id -u)" -eq 0 ] || fail "needs root"
 scripts/setup.sh package-test
 mkdir -p "$scratch"
 trap stop_jobs EXIT
-[ $# -gt 0 ] || set -- folder boot armhf
+[ $# -gt 0 ] || set -- folder boot armhf arm64
 for part; do
     printf '\n== %s\n' "$part"
     "test_$part"

@@ -46,4 +46,4 @@ step "Tests"
 ctest --test-dir build/default --output-on-failure -j "$jobs"
 
 step "Tests as 32-bit ARM code"
-scripts/test-armhf.sh
+scripts/test-board.sh armhf

@@ -1,16 +1,31 @@
 #!/usr/bin/env bash
-# Builds log_tool for a 32-bit ARM board. On a fresh Debian 12 it installs the cross compiler; the
-# machine's own package architectures stay as they are. The stripped binaries:
+# Builds log_tool for an ARM board. On a fresh Debian 12 it installs the cross compiler; the machine's
+# own package architectures stay as they are.
 #
-#   build/armhf/board/log_tool           needs libc, libstdc++ and libgcc
-#   build/armhf/board/log_tool_static    needs nothing, for boards whose C++ library is older
+#   scripts/build-board.sh armhf|arm64 [sysroot]
 #
-#   scripts/build-armhf.sh [sysroot]    sysroot: only installs and downloads what the build needs
+#   armhf    32-bit, ARMv7 with hardware floating point
+#   arm64    64-bit
+#   sysroot  only installs and downloads what the build needs
+#
+# The stripped binaries:
+#
+#   build/<architecture>/board/log_tool           needs libc, libstdc++ and libgcc
+#   build/<architecture>/board/log_tool_static    needs nothing, for boards whose C++ library is older
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-sysroot=$PWD/build/armhf-sysroot
-board=build/armhf/board
+architecture=${1:-}
+case $architecture,${2:-} in
+armhf, | arm64, | armhf,sysroot | arm64,sysroot) ;;
+*)
+    scripts/usage.sh "$0" >&2
+    exit 2
+    ;;
+esac
+sysroot=$PWD/build/$architecture-sysroot
+build=build/$architecture
+board=$build/board
 # The XDR routines; and for the companion programs two libraries of headers alone.
 packages=(libtirpc-dev libcli11-dev nlohmann-json3-dev)
 
@@ -22,7 +37,8 @@ main_suite() {
     echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $mirror $codename main"
 }
 
-# make_sysroot: apt works on a state of its own, in which this is an ARM machine without packages.
+# make_sysroot: apt works on a state of its own, in which this is a machine like the board,
+# without packages.
 make_sysroot() {
     local apt new package
     apt=$(mktemp -d)
@@ -32,7 +48,8 @@ make_sysroot() {
     main_suite >"$apt/sources.list"
     local options=(-qq -o Dir::State="$apt/state" -o Dir::State::status="$apt/status"
         -o Dir::Cache="$apt/cache" -o Dir::Etc::SourceList="$apt/sources.list"
-        -o Dir::Etc::SourceParts=- -o APT::Architecture=armhf -o APT::Architectures=armhf
+        -o Dir::Etc::SourceParts=- -o APT::Architecture="$architecture"
+        -o APT::Architectures="$architecture"
         -o APT::Sandbox::User=root) # the sandbox's user may not write here
     apt-get "${options[@]}" update
     (cd "$apt/packages" && apt-get "${options[@]}" download "${packages[@]}")
@@ -46,30 +63,35 @@ make_sysroot() {
     mv "$new" "$sysroot"
 }
 
+# of_compiler <tool>: CMake has found the tools that go with the compiler.
+of_compiler() {
+    sed -n "s/^CMAKE_$1:.*=//p" "$build/CMakeCache.txt"
+}
+
 # check_needed <binary>: a board has the C and C++ libraries and nothing else.
 check_needed() {
     local library
     while read -r library; do
         case $library in
-        libc.so.6 | libm.so.6 | libstdc++.so.6 | libgcc_s.so.1 | ld-linux-armhf.so.3) ;;
+        libc.so.6 | libm.so.6 | libstdc++.so.6 | libgcc_s.so.1 | ld-linux-*.so.*) ;;
         *)
-            echo "build-armhf: $1 needs $library" >&2
+            echo "build-board: $1 needs $library" >&2
             return 1
             ;;
         esac
-    done < <(arm-linux-gnueabihf-readelf -d "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
+    done < <("$(of_compiler READELF)" -d "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
 }
 
-scripts/setup.sh armhf
+scripts/setup.sh "$architecture"
 mkdir -p build
 [ -d "$sysroot" ] || make_sysroot
-[ "${1:-}" != sysroot ] || exit 0
+[ "${2:-}" != sysroot ] || exit 0
 
-cmake --preset armhf
-cmake --build --preset armhf --target log_tool log_tool_static
+cmake --preset "$architecture"
+cmake --build --preset "$architecture" --target log_tool log_tool_static
 mkdir -p "$board"
 for program in log_tool log_tool_static; do
-    arm-linux-gnueabihf-strip -o "$board/$program" "build/armhf/src/app/$program"
+    "$(of_compiler STRIP)" -o "$board/$program" "$build/src/app/$program"
     check_needed "$board/$program"
     ls -l "$board/$program"
 done

@@ -1,12 +1,21 @@
 #!/usr/bin/env bash
-# Runs the unit tests and the end-to-end tests as 32-bit ARM code, in an emulator that hands the
+# Runs the unit tests and the end-to-end tests as a board's code, in an emulator that hands the
 # program's system calls to this machine's kernel. log_tool and device_sim both run as ARM code.
+#
+#   scripts/test-board.sh armhf|arm64
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/build-armhf.sh
-cmake --build --preset armhf
-ctest --test-dir build/armhf --output-on-failure -j "$(nproc)"
+case ${1:-} in
+armhf | arm64) ;;
+*)
+    scripts/usage.sh "$0" >&2
+    exit 2
+    ;;
+esac
+scripts/build-board.sh "$1"
+cmake --build --preset "$1"
+ctest --test-dir "build/$1" --output-on-failure -j "$(nproc)"
 
 cat <<'EOT'
 
