@@ -19,6 +19,7 @@ sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
 from program import Program
 
 POLL_S = 0.02
+REPORT = "report.json"
 
 
 def build():
@@ -54,13 +55,14 @@ class Replay:
             limits = ["prlimit", f"--stack={stack_kib * 1024}"] if stack_kib else []
             self._run_tool([*limits, tool, "-r", "-a", "127.0.0.1", "-p", port, "log"])
             self.is_complete = device.wait() == 0
-            self.received = json.loads(device.lines[-1])["received"]
+            with open(os.path.join(self._folder, REPORT), encoding="ascii") as file:
+                self.received = json.load(file)["received"]
 
     def _start_device(self):
         # Ahead of the tool, which does not wait when the device's queue is full.
         favour = ["nice", "-n", "-10"] if os.geteuid() == 0 else []
         command = [DEVICE_SIM, "--bind", "127.0.0.1", "--expect", "log"]
-        device = Program([*favour, *command, "--idle-timeout", "2", "--json", "-"], self._folder)
+        device = Program([*favour, *command, "--idle-timeout", "2", "--json", REPORT], self._folder)
         return device, device.read_line().removeprefix("listening on ")
 
     def _run_tool(self, command):

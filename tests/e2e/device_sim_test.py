@@ -1,4 +1,5 @@
-"""Recordings of the simulated device, judged by the simulation's own dump of what it sent."""
+"""Recordings of the simulated device, judged by the simulation's own dump of what it sent, and the
+reports and refusals of device_sim."""
 
 import json
 import signal
@@ -6,7 +7,8 @@ import unittest
 from collections import Counter
 
 import codec
-from codec import TYPES
+from codec import TYPES, GenericData
+from program import DEVICE_SIM, LOG_TOOL, ProgramTest, free_port
 from recording import RecordingTest
 
 RECORDS = 500
@@ -103,6 +105,72 @@ class RateTest(RecordingTest):
         sent = map(codec.parse_datagram, datagrams)
         self.assertTrue(all(record in sent for record in log), "order or content")
         self.assertLess(lost, self.RATE / 2)
+
+
+class ExpectedLogTest(ProgramTest):
+    def test_a_file_without_a_record_is_refused(self):
+        frame = codec.frame(GenericData(1, 2, 3))
+        for name, content, reason in (
+            ("text", b"no log at all, but longer than a frame", "is no log: "),
+            ("cut", frame[:-1], "is no log: "),
+            ("unknown", b"\x06" + frame[1:], "is no log: "),
+            ("emptied", b"", "is empty: "),
+        ):
+            with self.subTest(name):
+                self.write_file(name, content)
+                simulation = self.start(DEVICE_SIM, "--bind", "127.0.0.1", "--expect", name)
+                self.assertIsNone(simulation.read_line())  # it does not listen
+                self.assertEqual(2, simulation.wait())
+                self.assertRegex(simulation.errors, f"^device_sim: {name} {reason}.*\n$")
+
+    def test_nothing_of_a_log_is_not_all_of_it(self):
+        self.write_file("log", codec.frame(GenericData(1, 2, 3)) + b"damage")
+        simulation = self.start(DEVICE_SIM, "--bind", "127.0.0.1", "--expect", "log")
+        simulation.read_line()
+        simulation.interrupt()
+        self.assertEqual(1, simulation.wait())
+        self.assertEqual("device_sim: log is damaged behind record 1\n", simulation.errors)
+
+
+class ReportTest(ProgramTest):
+    def interrupt(self, simulation):
+        simulation.interrupt()
+        self.assertEqual(0, simulation.wait(), simulation.errors)
+
+    def test_standard_output_is_json_alone(self):
+        port = str(free_port())
+        simulation = self.start(
+            *(DEVICE_SIM, "--bind", "127.0.0.1", "--port", port, "--count", "10", "--json", "-")
+        )
+        self.start(LOG_TOOL, "-a", "127.0.0.1", "-p", port, "log")
+        self.assertEqual(0, simulation.wait(), simulation.errors)
+        (report,) = simulation.lines
+        self.assertEqual(10, sum(json.loads(report)["sent"].values()))
+        self.assertRegex(simulation.errors, rf"\Alistening on {port}\nsent +count\n(.*\n)+\Z")
+
+    def test_a_report_that_cannot_be_written_is_known_at_the_start(self):
+        for name in ("none/report", ".", "/proc/report"):
+            with self.subTest(name):
+                simulation = self.start(DEVICE_SIM, "--bind", "127.0.0.1", "--json", name)
+                self.assertIsNone(simulation.read_line())
+                self.assertEqual(2, simulation.wait())
+                self.assertRegex(simulation.errors, f"^device_sim: cannot write {name}: .*\n$")
+
+    def test_a_former_report_stays_until_the_new_one(self):
+        former = b"former\n" * 1000
+        self.write_file("report", former)
+        simulation = self.start(DEVICE_SIM, "--bind", "127.0.0.1", "--json", "report")
+        simulation.read_line()
+        self.assertEqual(former, self.read_file("report"))
+        self.interrupt(simulation)
+        self.assertEqual(0, json.loads(self.read_file("report"))["received"]["hellos"])
+
+    def test_a_report_that_finds_no_room(self):
+        simulation = self.start(DEVICE_SIM, "--bind", "127.0.0.1", "--json", "/dev/full")
+        simulation.read_line()
+        simulation.interrupt()
+        self.assertEqual(2, simulation.wait())
+        self.assertIn("cannot write all of /dev/full: No space left", simulation.errors)
 
 
 if __name__ == "__main__":

@@ -7,6 +7,7 @@ import resource
 import selectors
 import shutil
 import signal
+import socket
 import subprocess
 import tempfile
 import time
@@ -27,6 +28,13 @@ resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 _libc = ctypes.CDLL(None)
 _PR_SET_PDEATHSIG = 1
+
+
+def free_port():
+    """A UDP port on loopback that nobody has, for a program that must be told one."""
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
 
 
 def _prepare_child():

@@ -1,12 +1,14 @@
 """The manual pages: well-formed, and true to the programs and the format."""
 
+import os
 import re
+import shutil
 import subprocess
 import unittest
 
 import codec
 from installed import PAGES, device_sim_help
-from program import LOG_TOOL
+from program import DEVICE_SIM, LOG_TOOL, ProgramTest, free_port
 
 
 def render(page):
@@ -106,6 +108,24 @@ class PageTest(unittest.TestCase):
         self.assertEqual(codec.frame(record), bytes.fromhex("".join(lines)))
         self.assertRegex(page, "16909060 ms.* 3.1415927, -0.1, 123.456 and -2.7182817")
         self.assertIn("true, false, true, true", page)
+
+
+class ExampleTest(ProgramTest):
+    def test_of_device_sim_works_as_printed(self):
+        (example,) = re.findall(
+            r"compare:\n\n((?: .*\n)+)", render("device_sim.1").partition("\nEXAMPLES\n")[2]
+        )
+        # As printed, on a port of our own and for two seconds.
+        for printed, ours in (("5005", str(free_port())), (" 10 ", " 2 "), (" 15 ", " 7 ")):
+            self.assertIn(printed, example)
+            example = example.replace(printed, ours)
+        for name, program in (("log_tool", LOG_TOOL), ("device_sim", DEVICE_SIM)):
+            os.symlink(shutil.which(program), self.path(name))
+        script = self.start("env", f"PATH={self.folder}:{os.environ['PATH']}", "sh", "-c", example)
+        self.assertEqual(0, script.wait(), script.errors)
+        self.assertEqual("the same", script.lines[-1])
+        counts = [re.findall(r"\d+", line)[0] for line in script.lines if line.startswith("total ")]
+        self.assertEqual(["262", "0", "0", "262"], counts)  # sent, received; of either device_sim
 
 
 if __name__ == "__main__":

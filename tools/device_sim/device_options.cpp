@@ -119,7 +119,9 @@ std::optional<int> parseOptions(int argc, char** argv, DeviceOptions& options)
     addReception(app, options);
     app.add_option("--dump", options.dumpFile,
                    "Write the datagrams sent, each behind its length in 2 bytes, little-endian");
-    app.add_option("--json", options.jsonFile, "Write the report as JSON; - is standard output");
+    app.add_option("--json", options.jsonFile,
+                   "Write the report as JSON; - is standard output, all else then goes to standard "
+                   "error");
 
     try {
         app.parse(argc, argv);

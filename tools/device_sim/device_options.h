@@ -23,7 +23,7 @@ struct DeviceOptions
     int64_t idleTimeout = NEVER;       // end so long after the last datagram
 
     std::string dumpFile;   // none if empty, as below
-    std::string jsonFile;   // "-" is the standard output
+    std::string jsonFile;   // "-" is the standard output; the text then goes to standard error
     std::string expectFile; // the log whose replay is to come in
 };
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <stdexcept>
 #include <system_error>
 
 #include "frame_header.h"
@@ -84,9 +85,13 @@ RecordSequence readExpectedLog(std::string const& fileName)
     while (log.peek() != std::istream::traits_type::eof()) {
         if (readFrame(log, sequence))
             continue;
+        if (sequence.size() == 0)
+            throw std::runtime_error(fileName + " is no log: it does not begin with a record");
         fprintf(stderr, "device_sim: %s is damaged behind record %zu\n", fileName.c_str(),
                 sequence.size());
         break;
     }
+    if (sequence.size() == 0)
+        throw std::runtime_error(fileName + " is empty: there is nothing to expect");
     return sequence;
 }

@@ -1,8 +1,6 @@
 #include <cstdio>
 #include <exception>
-#include <fstream>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 #include "device.h"
@@ -11,19 +9,11 @@
 #include "expected_log.h"
 #include "receiver.h"
 #include "report.h"
+#include "report_file.h"
 #include "transmitter.h"
 
 static constexpr int STATUS_DIFFERENT = 1; // from the expected log
 static constexpr int STATUS_FAILED = 2;
-
-static void write(std::string const& text, std::string const& fileName)
-{
-    std::ofstream file(fileName);
-    file << text << "\n";
-    file.close();
-    if (!file)
-        throw std::runtime_error("cannot write " + fileName);
-}
 
 static int run(DeviceOptions const& options)
 {
@@ -31,22 +21,25 @@ static int run(DeviceOptions const& options)
     if (!options.expectFile.empty())
         expected = readExpectedLog(options.expectFile);
 
+    std::optional<ReportFile> json;
+    if (!options.jsonFile.empty())
+        json.emplace(options.jsonFile);
+    FILE* const text = options.jsonFile == "-" ? stderr : stdout; // a program reads the other one
+
     DeviceSocket const socket(options.bindAddress, options.port);
     Transmitter transmitter(socket, Faults(options.faults), options.dumpFile);
     Receiver receiver(std::move(expected));
     Device device(options, socket, transmitter, receiver);
 
-    printf("listening on %u\n", unsigned{socket.port()});
-    fflush(stdout);
+    fprintf(text, "listening on %u\n", unsigned{socket.port()});
+    fflush(text);
     device.run();
     transmitter.finish();
 
     ReceivedReport const received = receiver.report();
-    fputs(toText(transmitter.counts(), received).c_str(), stdout);
-    if (options.jsonFile == "-")
-        puts(toJson(transmitter.counts(), received).c_str());
-    else if (!options.jsonFile.empty())
-        write(toJson(transmitter.counts(), received), options.jsonFile);
+    fputs(toText(transmitter.counts(), received).c_str(), text);
+    if (json)
+        json->write(toJson(transmitter.counts(), received));
 
     return options.expectFile.empty() || received.isAsExpected() ? 0 : STATUS_DIFFERENT;
 }
