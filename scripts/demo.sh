@@ -2,11 +2,12 @@
 # Records the simulated device with log_tool, replays the log to it, and shows that no record is lost
 # and how far from their time the replayed ones came.
 #
-#   scripts/demo.sh [seconds]
+#   scripts/demo.sh [seconds]    of recording, by default 10
 set -euo pipefail
 
 seconds=${1:-10}
-root=$(cd "$(dirname "$0")/.." && pwd)
+# As the user would type it from where they are.
+root=$(realpath --relative-to=. "$(dirname "$0")/..")
 out=$root/build/demo
 log=$out/drive.log
 log_tool=$root/build/default/src/app/log_tool
@@ -18,7 +19,10 @@ fail() {
     exit 1
 }
 
+# quietly <step> <command>...: prints the step alone, unless the command fails.
 quietly() {
+    echo "$1"
+    shift
     "$@" >"$out/build.txt" 2>&1 || {
         cat "$out/build.txt" >&2
         fail "failed: $*"
@@ -27,9 +31,9 @@ quietly() {
 
 build() {
     "$root/scripts/setup.sh" build
-    cd "$root"
-    quietly cmake --preset default
-    quietly cmake --build --preset default --target log_tool device_sim
+    quietly "Configuring the build" cmake --preset default -S "$root"
+    quietly "Building log_tool and device_sim, for a minute or less" \
+        cmake --build "$root/build/default" --target log_tool device_sim
 }
 
 stop_all() {
@@ -92,7 +96,7 @@ end_of_tool() {
 
 replay() {
     start_device replayed --expect "$log" --idle-timeout 1
-    echo "Replaying to 127.0.0.1:$port"
+    echo "Replaying for as long to 127.0.0.1:$port"
     start_tool -r
     end_of_tool
     # A device that got nothing at all never becomes idle.
@@ -105,9 +109,31 @@ replay() {
     exec {device_lines}<&-
 }
 
+show_next_steps() {
+    cat <<EOT
+
+The programs are built:
+  $log_tool
+  $device_sim
+
+Record your own device, until CTRL-C, with its address and port in place of these:
+  $log_tool -a 192.168.0.7 -p 5005 drive.log
+and send the records back to it:
+  $log_tool -r -a 192.168.0.7 -p 5005 drive.log
+EOT
+}
+
+case $seconds in
+-h | --help)
+    "$root/scripts/usage.sh" "$0"
+    exit
+    ;;
+'' | *[!0-9]* | 0) fail "'$seconds' is no number of seconds" ;;
+esac
 mkdir -p "$out"
 trap stop_all EXIT
 build
 record
 replay
 python3 "$root/scripts/demo_table.py" "$log" "$out/recorded.json" "$out/replayed.json"
+show_next_steps
