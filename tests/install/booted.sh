@@ -50,6 +50,15 @@ grep -E '^(Uid|CapEff|CapBnd|NoNewPrivs|Seccomp):' "/proc/$pid/status"
 [ "$(stat -c %U "/proc/$pid/comm")" = _log_tool ] || fail "not its own user"
 
 systemctl show -P RequiresMountsFor "$unit" | grep -qw "$logs" || fail "does not wait for its disk"
+[ "$(systemctl show -P LimitCORE "$unit")" = 0 ] || fail "a core may fill the disk"
+[ "$(systemctl show -P TimeoutStopUSec "$unit")" = 10s ] || fail "stopping may take long"
+
+wait_for has_log 1
+boot=$(tr -d - </proc/sys/kernel/random/boot_id | cut -c 1-12)
+case $(ls "$logs") in
+000001_*_127.0.0.1_5005_"$boot".log) ;;
+*) fail "not the name of a log: $(ls "$logs")" ;;
+esac
 
 stream 1
 systemctl kill --signal=INT "$unit" # begins the next log
@@ -60,6 +69,29 @@ systemctl stop "$unit"
 [ "$(systemctl show -P Result "$unit")" = success ] || fail "stopping failed"
 systemctl start "$unit"
 stream 4
+
+# A disk that has no room for a file at first.
+other=log_tool@127.0.0.1:5006.service
+says() { # since its latest start
+    journalctl --no-pager -q -g "$1" \
+        _SYSTEMD_INVOCATION_ID="$(systemctl show -P InvocationID "$other")" | grep -q .
+}
+systemctl stop "$unit"
+mount -t tmpfs -o "nr_inodes=1,mode=755,uid=$(id -u _log_tool),gid=$(id -g _log_tool)" tmpfs "$logs"
+systemctl start "$other"
+wait_for says 'cannot create 000001_.*: No space left on device'
+wait_for says 'trying again in 4 s'
+systemctl stop "$other"
+[ "$(systemctl show -P Result "$other")" = success ] || fail "stopping failed while waiting"
+systemctl start "$other"
+wait_for says 'trying again in 1 s'
+mount -o remount,nr_inodes=100 "$logs"
+wait_for says "Recording into $logs/000001_"
+[ "$(systemctl show -P NRestarts "$other")" -eq 0 ] || fail "starts again instead of waiting"
+systemctl stop "$other"
+umount "$logs"
+systemctl start "$unit"
+wait_for has_log 5
 
 systemctl start log_tool@nonsense || true
 wait_for systemctl -q is-failed log_tool@nonsense
@@ -72,11 +104,11 @@ setpriv --reuid=nobody --regid=nogroup --clear-groups sh -c "cat $logs/*.log" >/
 systemd-analyze verify --man=no /lib/systemd/system/log_tool@.service
 systemd-analyze security --no-pager "$unit" | tail -n 1
 
-dpkg --remove log-tool log-tool-utils # stops recording 4
+dpkg --remove log-tool log-tool-utils # stops recording 5
 if systemctl -q is-active "$unit" || systemctl -q cat "$unit" 2>/dev/null; then
     fail "the unit is still there"
 fi
 dpkg --purge log-tool log-tool-utils
 [ ! -e /etc/systemd/system/multi-user.target.wants/$unit ] || fail "still enabled"
-has_log 4 || fail "logs have gone with the package"
+has_log 5 || fail "logs have gone with the package"
 echo passed
