@@ -26,12 +26,16 @@ REFUSED = [
     ("-p last, after another", "log", "-a", "127.0.0.1", "-p", "9", "-p"),
     ("no address at all", "-a", "300.1.1.1", "-p", "9", "log"),
     ("the address that reads as none", "-a", "255.255.255.255", "-p", "9", "log"),
+    ("8 and 9 are not octal", "-a", "127.0.0.09", "-p", "9", "log"),
+    ("five numbers", "-a", "127.0.0.0.1", "-p", "9", "log"),
+    ("text right after the address", "-a", "127.0.0.1x", "-p", "9", "log"),
     ("a name", "-a", "localhost", "-p", "9", "log"),
     ("empty address", "-a", "", "-p", "9", "log"),
     ("bad address before a good one", "-a", "300.1.1.1", "-a", "127.0.0.1", "-p", "9", "log"),
     ("port 0", "-a", "127.0.0.1", "-p", "0", "log"),
     ("port 0 after a good one", "-a", "127.0.0.1", "-p", "9", "-p", "0", "log"),
     ("no number", "-a", "127.0.0.1", "-p", "abc", "log"),
+    ("hexadecimal port", "-a", "127.0.0.1", "-p", "0x138D", "log"),
     ("empty port", "-a", "127.0.0.1", "-p", "", "log"),
 ]
 
@@ -84,6 +88,24 @@ class RecordArgumentsTest(RecordingTest):
     def test_a_number_ends_at_its_first_other_character(self):
         self.check_records_into("log", "-a", "127.0.0.1", "-p", f" {self.port}x9", "log")
 
+    def test_a_port_is_decimal_also_with_zeros_or_a_sign(self):
+        for port in (f"000{self.port}", f"+{self.port}"):
+            with self.subTest(port):
+                self.check_records_into("log", "-a", "127.0.0.1", "-p", port, "log")
+
+    def test_an_address_as_inet_addr_takes_it(self):
+        for address in (
+            *("0177.0.0.01", "0x7f.0.0.0x1", "0x7F000001", "2130706433"),
+            *("127.1", "127.0.1", "127.0.0.1 and more"),
+        ):
+            with self.subTest(address):
+                self.check_records_into("log", "-a", address, "-p", self.port, "log")
+
+    def test_a_number_of_the_address_with_a_leading_zero_is_octal(self):
+        self.device = Device(address="127.0.0.8")
+        self.addCleanup(self.device.close)
+        self.check_records_into("log", "-a", "127.0.0.010", "-p", str(self.device.port), "log")
+
     def test_a_file_name_is_cut_to_79_characters(self):
         name = "".join(chr(ord("a") + i % 26) for i in range(79))
         self.check_records_into(name, "-a", "127.0.0.1", "-p", self.port, name + "80")
@@ -100,6 +122,26 @@ class RecordArgumentsTest(RecordingTest):
         program.interrupt()
         self.assertEqual(0, program.wait())
         self.assertEqual(INTERRUPTED, program.lines[-2:])
+
+    def test_multiples_of_65536_fail_each_second(self):
+        ports = ("65536", "131072", "-65536")
+        programs = [
+            self.start(LOG_TOOL, "-a", "127.0.0.1", "-p", port, f"log{port}") for port in ports
+        ]
+        for port, program in zip(ports, programs):
+            with self.subTest(port):
+                for _ in range(2):
+                    line = program.read_line()
+                    self.assertIn("sendto failed errno 22: Invalid argument", line)
+                    self.assertTrue(line.endswith("send hello"), line)
+                program.interrupt()
+                self.assertEqual(0, program.wait())
+                self.assertEqual(b"", self.read_file(f"log{port}"))
+
+    def test_a_forgotten_replay_option_empties_the_log(self):
+        self.write_file("log", codec.frame(GenericData(1, 2, 3)))
+        self.check_records_into("log", "-a", "127.0.0.1", "-p", self.port, "log")
+        self.assertEqual(b"", self.read_file("log"))
 
     def test_replay_option_anywhere_keeps_the_file(self):
         log = codec.frame(GenericData(1, 2, 3))

@@ -9,11 +9,11 @@ from program import TIMEOUT_S
 class Device:
     """A UDP socket on loopback that keeps what it sends and receives."""
 
-    def __init__(self, peer=None, port=0):
+    def __init__(self, peer=None, port=0, address="127.0.0.1"):
         self.sent = []
         self.peer = peer  # where it sends to: the sender of the latest hello
         self._socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-        self._socket.bind(("127.0.0.1", port))
+        self._socket.bind((address, port))
         self._socket.settimeout(TIMEOUT_S)
         self.port = self._socket.getsockname()[1]
 

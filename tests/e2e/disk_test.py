@@ -4,6 +4,7 @@ import os
 import resource
 import shutil
 import signal
+import subprocess
 import tty
 import unittest
 
@@ -211,6 +212,17 @@ class RefusedLogTest(ReplayTest):
     def test_replay_without_permission_to_write(self):
         self.check_refused(*replay_command(self.device, "log"))
         self.assertEqual([], self.device.received())
+
+    def test_replay_of_a_writable_copy(self):
+        log = codec.numbered_log(1, 5)
+        self.write_file("log", log)
+        os.chmod(self.path("log"), 0o400)
+        subprocess.run(
+            ["cp", "--no-preserve=mode", "log", "replay.log"], cwd=self.folder, check=True
+        )
+        program = self.start(*self.AS_OTHERS, *replay_command(self.device, "replay.log"))
+        self.assert_end(program, ["End of file reached"])
+        self.assert_received([datagram(record) for record in codec.parse_frames(log)])
 
 
 class ReadErrorTest(ReplayTest):

@@ -37,7 +37,7 @@ class RecordTest(ProgramTest):
         os.mkdir(self.logs)
 
     def start_record(self, *arguments, tool=LOG_TOOL, logs=None, boot=BOOT):
-        """In a session of its own. Programs of the test's folder come before those of the system."""
+        """In its own session. Programs of the test's folder come before those of the system."""
         environment = {
             "STATE_DIRECTORY": logs or self.logs,
             "LOG_TOOL": tool,
