@@ -35,12 +35,15 @@ public:
         std::vector<std::shared_ptr<TIObserver<T>>> snapshot;
         bool expired = false;
 
-        snapshot.reserve(m_observers.size());
         for (auto const& entry : m_observers) {
-            if (auto observer = entry.lock())
-                snapshot.push_back(std::move(observer));
-            else
+            auto observer = entry.lock();
+            if (!observer) {
                 expired = true;
+                continue;
+            }
+            if (snapshot.empty()) // not before: nobody to call takes no memory
+                snapshot.reserve(m_observers.size());
+            snapshot.push_back(std::move(observer));
         }
         if (expired)
             eraseExpired();

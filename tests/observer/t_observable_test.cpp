@@ -55,11 +55,21 @@ protected:
         return m_calls;
     }
 
-    /// An empty list needs no memory to be notified; an entry, dead or alive, would.
+    /// What a notification takes to call one observer tells how many entries there are with it.
     void expectNoEntryLeft()
     {
+        Observer const only = named("!");
+        m_observable.subscribe(only);
+        unsigned const before = allocationCount(2 * sizeof only);
+        EXPECT_EQ("!", callsOfOneRecord());
+        EXPECT_EQ(before, allocationCount(2 * sizeof only)) << "an entry is left";
+        m_observable.unsubscribe(only);
+    }
+
+    void expectNoAllocation()
+    {
         unsigned const before = allocationCount();
-        m_observable.notifySubscribers(Sample<GenericData>::RECORD);
+        EXPECT_EQ("", callsOfOneRecord());
         EXPECT_EQ(before, allocationCount());
     }
 
@@ -71,7 +81,7 @@ protected:
 
 TEST_F(TObservableTest, callsNothingAndAllocatesNothingWithoutSubscribers)
 {
-    expectNoEntryLeft();
+    expectNoAllocation();
 }
 
 TEST_F(TObservableTest, handsOverTheRecordOfTheCallerItself)
@@ -159,6 +169,14 @@ TEST_F(TObservableTest, forgetsAReleasedObserverAtTheNextRecord)
     a.reset();
     EXPECT_EQ("", callsOfOneRecord());
     expectNoEntryLeft();
+}
+
+TEST_F(TObservableTest, allocatesNothingWhenAllObserversAreReleased)
+{
+    Observer a = named("a");
+    subscribe({a, nullptr});
+    a.reset();
+    expectNoAllocation();
 }
 
 TEST_F(TObservableTest, forgetsAReleasedObserverAndKeepsTheOthers)

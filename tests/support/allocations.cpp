@@ -1,15 +1,18 @@
 #include "allocations.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <iterator>
 #include <new>
+#include <numeric>
 
-static unsigned s_count = 0;
+static unsigned s_counts[256] = {}; // by size, the last one for all that are larger
 static bool s_exhausted = false;
 
-unsigned allocationCount()
+unsigned allocationCount(size_t atLeast)
 {
-    return s_count;
+    return std::accumulate(s_counts + atLeast, std::end(s_counts), 0U);
 }
 
 ExhaustedMemory::ExhaustedMemory()
@@ -26,7 +29,7 @@ ExhaustedMemory::~ExhaustedMemory()
 // the memory of the others.
 void* operator new(size_t size, std::nothrow_t const& /*tag*/) noexcept
 {
-    ++s_count;
+    ++s_counts[std::min(size, std::size(s_counts) - 1)];
     return s_exhausted ? nullptr : malloc(size);
 }
 

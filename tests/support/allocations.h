@@ -1,0 +1,21 @@
+#ifndef TESTS_ALLOCATIONS_H
+#define TESTS_ALLOCATIONS_H
+
+#include <cstddef>
+
+// For programs that name allocations.cpp among their sources: it replaces operator new.
+
+/// How often this program has called operator new, for at least so many bytes: up to 255.
+unsigned allocationCount(size_t atLeast = 0);
+
+/// While it lives, operator new throws std::bad_alloc.
+class ExhaustedMemory
+{
+public:
+    ExhaustedMemory();
+    ~ExhaustedMemory();
+    ExhaustedMemory(ExhaustedMemory const&) = delete;
+    ExhaustedMemory& operator=(ExhaustedMemory const&) = delete;
+};
+
+#endif
