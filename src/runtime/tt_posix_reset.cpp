@@ -1,11 +1,40 @@
 #include "tt_posix_reset.h"
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
 #include <unistd.h>
 
 #include "tt_panic.h"
+
+struct _signals_t
+{
+    sigset_t blocked;
+    struct sigaction actions[NSIG];
+};
+
+static _signals_t _signals()
+{
+    _signals_t signals = {};
+
+    sigprocmask(SIG_SETMASK, nullptr, &signals.blocked);
+    for (int sig = 1; sig < NSIG; ++sig)
+        sigaction(sig, nullptr, &signals.actions[sig]);
+    return signals;
+}
+
+static void _restore(_signals_t const& signals)
+{
+    for (int sig = 1; sig < NSIG; ++sig)
+        sigaction(sig, &signals.actions[sig], nullptr);
+    sigprocmask(SIG_SETMASK, &signals.blocked, nullptr);
+}
+
+/* Blocked and ignored signals pass to a new image, which must not find those of this one. Some are
+   to stay as they were at the start: under nohup, for example, SIGHUP is ignored. */
+static _signals_t const s_inherited = _signals();
 
 static int s_argc = 0;
 static char** s_argv = nullptr;
@@ -31,6 +60,12 @@ int tt_restart()
 {
     if (!s_argv)
         tt_assert_failed("tt_posix_reset", 39);
-    fflush(stdout); // what the C stream still holds would go with the process image
-    return execvp(s_argv[0], s_argv);
+    fflush(nullptr); // what the C streams still hold would go with the process image
+    _signals_t const current = _signals();
+    _restore(s_inherited);
+    int const result = execvp(s_argv[0], s_argv);
+    int const error = errno;
+    _restore(current); // nothing was started: the program goes on
+    errno = error;
+    return result;
 }

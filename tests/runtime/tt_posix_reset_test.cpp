@@ -3,10 +3,12 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <string>
 
 #include <gtest/gtest.h>
 
 #include "child_process.h"
+#include "temp_dir.h"
 
 // The arguments last as long as the process: each test keeps its own in a child.
 
@@ -57,6 +59,67 @@ TEST(TtRestart, runsTheProgramFoundInPathWithTheArgumentsKept)
 
     EXPECT_EQ("one:two words:1\n", child.output);
     EXPECT_EQ(7, child.exitCode());
+}
+
+/// Replaces the process by a shell that runs the script.
+static void restartAs(char const* script)
+{
+    char shell[] = "sh";
+    char option[] = "-c";
+    std::string copy = script;
+    char* argv[] = {shell, option, copy.data(), nullptr};
+
+    tt_reset_set_args(3, argv);
+    tt_restart();
+}
+
+TEST(TtRestart, writesOutTheOpenStreams)
+{
+    TempDir const dir;
+    std::string const name = dir.file("log");
+    ChildResult const child = runInChild([&name] {
+        FILE* const log = fopen(name.c_str(), "w");
+        fputs("recorded", log);
+        restartAs(("cat " + name).c_str());
+    });
+
+    EXPECT_EQ("recorded", child.output);
+}
+
+TEST(TtRestart, handsOnNoSignalThatThisImageBlocksOrIgnores)
+{
+    static char const SHOW[] = "exec grep -E '^Sig(Blk|Ign)' /proc/self/status";
+    ChildResult const untouched = runInChild([] { restartAs(SHOW); });
+    ChildResult const changed = runInChild([] {
+        sigset_t set;
+        sigemptyset(&set);
+        sigaddset(&set, SIGUSR1);
+        sigprocmask(SIG_BLOCK, &set, nullptr);
+        signal(SIGINT, SIG_IGN);
+        signal(SIGPIPE, SIG_IGN);
+        restartAs(SHOW);
+    });
+
+    EXPECT_NE("", untouched.output);
+    EXPECT_EQ(untouched.output, changed.output);
+}
+
+TEST(TtRestart, keepsTheSignalsWhenTheProgramCannotBeStarted)
+{
+    ChildResult const child = runInChild([] {
+        char name[] = "/nonexistent/program";
+        char* argv[] = {name, nullptr};
+
+        signal(SIGPIPE, SIG_IGN);
+        signal(SIGUSR1, [](int) { printf("handled"); });
+        tt_reset_set_args(1, argv);
+        tt_restart();
+        raise(SIGPIPE);
+        raise(SIGUSR1);
+    });
+
+    EXPECT_EQ("handled", child.output);
+    EXPECT_EQ(0, child.exitCode());
 }
 
 TEST(TtRestart, returnsWhenTheProgramCannotBeStarted)
