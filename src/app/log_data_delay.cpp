@@ -39,19 +39,23 @@ void LogDataDelay::schedule(T const& record)
     if (m_firstTicks == UNKNOWN)
         m_firstTicks = ticksOf(record);
 
-    // 64 bits, not modulo 2^32: a device whose counter has wrapped or restarted is late from then
-    // on, and its records go out back to back. That is meant.
+    // 64 bits, not modulo 2^32, on purpose: a device whose counter has wrapped or restarted is late
+    // from then on, and its records go out back to back.
     int64_t const offset = int64_t{ticksOf(record)} - static_cast<int64_t>(m_firstTicks);
     int64_t const elapsed = int64_t{tt_time_ms()} - static_cast<int64_t>(m_startMs);
     int64_t const wait = offset - elapsed;
 
-    if (wait < 1) {
+    if (wait < 1)
         passOn(record);
-        return;
-    }
-    m_timer.setCallBack(delaySend(record));
-    // The low 32 bits are also right when our own clock has wrapped since the first record.
-    m_timer.startTimer(static_cast<uint32_t>(wait));
+    else // the low 32 bits are also right when our own clock has wrapped since the first record
+        hold(record, static_cast<uint32_t>(wait));
+}
+
+template <class T>
+void LogDataDelay::hold(T const& record, uint32_t wait)
+{
+    m_timer.setCallBack(delaySend<T>(record));
+    m_timer.startTimer(wait);
     if (!m_timer.isActive())
         throw std::bad_alloc(); // or the replay would wait for ever
 }

@@ -11,9 +11,9 @@
 #include "ti_multi_observer.h"
 
 /// Paces records: passes each on when as much time has passed since the first record as their time
-/// stamps say. The schedule hangs on the first record alone, so it does not drift; a record that is
-/// late, or stamped before the first, is passed on at once. At most one record is held: the next
-/// one may come only after onSent, or it replaces the held one.
+/// stamps say. The schedule hangs on the first record alone, so it does not drift. A record that is
+/// late, or stamped before the first one, is passed on at once. At most one record is held:
+/// update() may be called again only after m_onSent was, or the new record replaces the held one.
 class LogDataDelay : public TIMultiObserver<GenericData, AttitudeData, ImuData, GnssPvt, GnssData>,
                      public TIMultiObservable<GenericData, AttitudeData, ImuData, GnssPvt, GnssData>
 {
@@ -42,6 +42,10 @@ private:
     template <class T>
     void schedule(T const& record);
     template <class T>
+    __attribute__((noinline)) // or records that are due would pay for its registers
+    void
+    hold(T const& record, uint32_t wait);
+    template <class T>
     std::function<bool()> delaySend(T record);
     template <class T>
     void passOn(T const& record);
@@ -52,8 +56,9 @@ private:
     uint64_t m_firstTicks = UNKNOWN; // time stamp of the first record
 
 public:
-    /// Called after each record that was passed on; may bring the next record at once.
-    std::function<void()> m_onSent;
+    /// Called after each record that was passed on, unless it is empty. It may bring the next
+    /// record at once, and replace itself.
+    HeldFunction<void()> m_onSent;
 };
 
 #endif

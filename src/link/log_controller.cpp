@@ -65,7 +65,7 @@ void LogController::sendImpl(T const& record)
         return;
 
     auto const packet = encodePacket(record);
-    // Asked once per datagram: an acknowledging receiver spends its budget by it.
+    // Asked once per datagram: an acknowledging receiver counts the records it may still get.
     sockaddr_in const* const to = m_receiver->getReceiverAddress();
     m_connection->transmit(to, packet.data(), packet.size());
 }

@@ -29,8 +29,10 @@ template <class Record>
 void PlaybackController::publish(UdpPacketAnalyzer<Record> const& analyzer,
                                  unsigned char const* data, unsigned int len)
 {
-    if (analyzer.isType(data, len))
-        m_observable.notifySubscribers(analyzer.getData(data, len));
+    // By name, so that no table is looked up: these are our own members, of no derived class.
+    using Analyzer = UdpPacketAnalyzer<Record>;
+    if (analyzer.Analyzer::isType(data, len))
+        m_observable.TObservable<Record>::notifySubscribers(analyzer.Analyzer::getData(data, len));
 }
 
 void PlaybackController::received(sockaddr const* /*from*/, unsigned char const* data,

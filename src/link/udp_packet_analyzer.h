@@ -15,13 +15,13 @@ public:
     /// Panics when `len` is shorter than a header.
     virtual bool isType(void const* data, unsigned int len) const = 0;
 
-    /// Panics when the datagram is of another type or shorter than its type; ignores bytes behind
-    /// the payload.
+    /// Panics when the datagram is of another type or shorter than its type. Ignores bytes after
+    /// the payload: the device may pad its datagrams.
     virtual T getData(void const* data, unsigned int len) const = 0;
 };
 
 template <class T>
-class UdpPacketAnalyzer final : public IUdpPacketAnalyzer<T>
+class UdpPacketAnalyzer : public IUdpPacketAnalyzer<T>
 {
 public:
     bool isType(void const* data, unsigned int len) const override

@@ -1,5 +1,7 @@
 #include "fdloop_timer.h"
 
+#include <utility>
+
 #include "fdloop.h"
 
 FdloopTimer::FdloopTimer(_fdloop_t* loop) : m_loop(loop) {}
@@ -11,7 +13,12 @@ FdloopTimer::~FdloopTimer()
 
 void FdloopTimer::setCallBack(std::function<bool()> const& cb)
 {
-    std::function<bool()>(cb).swap(m_callback);
+    m_callback = cb;
+}
+
+void FdloopTimer::setCallBack(std::function<bool()>&& cb)
+{
+    m_callback = std::move(cb);
 }
 
 void FdloopTimer::startTimer(unsigned int ms)
@@ -47,13 +54,11 @@ int FdloopTimer::timeout()
     }
 
     _fdloop_timer_t const* const expired = m_timer;
-    std::weak_ptr<void> const lifetime = m_lifetime;
-    // A copy runs: the callback may replace itself or destroy the timer.
-    auto const callback = m_callback;
-    bool const again = callback();
+    Lifetime::Watch const lifetime(m_lifetime);
+    bool const again = m_callback();
 
     // The handle, not isActive(): the callback may have restarted this very timer.
-    if (lifetime.expired() || m_timer != expired)
+    if (lifetime.isOver() || m_timer != expired)
         return 0;
     if (!again)
         m_timer = nullptr;

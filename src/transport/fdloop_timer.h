@@ -2,15 +2,16 @@
 #define TRANSPORT_FDLOOP_TIMER_H
 
 #include <functional>
-#include <memory>
 
+#include "held_function.h"
 #include "i_timer.h"
+#include "lifetime.h"
 
 struct _fdloop_t;
 struct _fdloop_timer_t;
 
 /// A timer on the event loop, which must outlive it.
-class FdloopTimer final : public ITimer
+class FdloopTimer : public ITimer
 {
 public:
     explicit FdloopTimer(_fdloop_t* loop);
@@ -19,6 +20,7 @@ public:
     FdloopTimer& operator=(FdloopTimer const&) = delete;
 
     void setCallBack(std::function<bool()> const& cb) override;
+    void setCallBack(std::function<bool()>&& cb); // without a copy of what it holds
     void startTimer(unsigned int ms) override;
     void stopTimer() override;
     bool isActive() const override;
@@ -32,8 +34,8 @@ public:
 private:
     _fdloop_t* m_loop;
     _fdloop_timer_t* m_timer = nullptr; // null while inactive
-    std::function<bool()> m_callback;
-    std::shared_ptr<void> m_lifetime = std::make_shared<char>(); // expires with this object
+    HeldFunction<bool()> m_callback;
+    Lifetime m_lifetime;
 };
 
 #endif

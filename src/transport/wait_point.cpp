@@ -4,6 +4,8 @@
 
 void WaitPoint::setCallback(std::function<bool()> callback)
 {
+    // The former callback may take the gate with it: it goes last.
+    HeldFunction<bool()>::Hold const former(m_callback);
     m_callback = std::move(callback);
     if (m_reached && m_callback)
         call();
@@ -12,7 +14,5 @@ void WaitPoint::setCallback(std::function<bool()> callback)
 bool WaitPoint::call()
 {
     m_reached = true;
-    // A copy: the callback may replace itself.
-    auto const callback = m_callback;
-    return callback && callback();
+    return m_callback && m_callback();
 }

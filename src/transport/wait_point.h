@@ -3,6 +3,8 @@
 
 #include <functional>
 
+#include "held_function.h"
+
 /// A gate: its callback runs as soon as both have happened, the callback was set and the gate was
 /// reached.
 class WaitPoint
@@ -10,18 +12,18 @@ class WaitPoint
 public:
     virtual ~WaitPoint() = default;
 
-    /// Replaces the callback; runs it at once if the gate has been reached already.
+    /// Replaces the callback. Runs it at once if the gate has been reached already.
     virtual void setCallback(std::function<bool()> callback);
 
     /// Starts whatever leads to call().
     virtual void start() = 0;
 
-    /// The gate is reached. Runs the callback, each time anew, and returns its result; false
-    /// without one.
+    /// The gate is reached. Runs the callback, every time, and returns its result; false without
+    /// one. The callback may replace itself and destroy the gate.
     bool call();
 
 private:
-    std::function<bool()> m_callback;
+    HeldFunction<bool()> m_callback;
     bool m_reached = false;
 };
 

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "allocations.h"
 #include "record_log.h"
 #include "scoped_loop.h"
 #include "stepped_clock.h"
@@ -290,6 +291,35 @@ TEST_F(GenericDelay, replacesAHeldRecordByTheNextOne)
     expectAfter(200);
     EXPECT_EQ((std::vector<Bytes>{entryOf(GenericData{200, {}})}), m_log->entries);
     EXPECT_EQ(0U, timerCount(m_loop));
+}
+
+TEST_F(GenericDelay, letsOnSentReplaceItselfWhileItRuns)
+{
+    auto const captured = std::make_shared<int>(0);
+    int replaced = 0;
+    m_delay->m_onSent = [this, captured, &replaced] {
+        m_delay->m_onSent = [&replaced] { ++replaced; };
+        ++*captured; // still there
+    };
+    update(0);
+    update(0);
+    EXPECT_EQ(1, *captured);
+    EXPECT_EQ(1, replaced);
+    EXPECT_EQ(1, captured.use_count());
+}
+
+TEST_F(GenericDelay, copiesAHeldRecordOnceIntoTheTimer)
+{
+    startAt(0);
+    GnssData record = Sample<GnssData>::RECORD;
+    record.pvt.ticks = 10;
+    record.dop.ticks = 10;
+    unsigned const before = allocationCount(sizeof record);
+    m_delay->update(record);
+    EXPECT_EQ(before + 1, allocationCount(sizeof record));
+    advance(10);
+    EXPECT_EQ(1, m_sent);
+    EXPECT_EQ((std::vector<Bytes>{entryOf(record)}), m_log->entries);
 }
 
 TEST_F(GenericDelay, keepsTheScheduleWhenItsOwnClockWraps)

@@ -10,6 +10,7 @@
 #include "captured_output.h"
 #include "fdloop_udp_con.h"
 #include "loopback_device.h"
+#include "stepped_clock.h"
 #include "temp_dir.h"
 #include "test_loop.h"
 
@@ -103,7 +104,6 @@ protected:
 
 }
 
-/// The text with every time of day in it replaced.
 // The loop runs due timers in the order of their times, however late it is.
 TEST_F(RecorderTest, greetsASilentDeviceAfterASecond)
 {
@@ -127,6 +127,26 @@ TEST_F(RecorderTest, greetsASilentDeviceAgainAndAgainAndRecordsNothing)
               }));
     stopRecording();
     EXPECT_EQ(Bytes(), logFile());
+}
+
+TEST_F(RecorderTest, greetsAgainOnceTheLastGreetingIs900MillisecondsOld)
+{
+    static constexpr uint32_t START_MS = 5000;
+    static constexpr uint32_t PERIOD_MS = 1000;
+
+    for (uint32_t const age : {899U, 900U}) {
+        SCOPED_TRACE(age);
+        SteppedClock clock(START_MS);
+        std::string const output = capturedOutput([&] {
+            startRecording();
+            clock.advance(testLoop(), PERIOD_MS - age);
+            m_recorder->sendHello();
+            clock.advance(testLoop(), age); // now the timer's period is over
+            stopRecording();
+        });
+        EXPECT_EQ(age < 900 ? "send hello\n" : "send hello\ntimeout: send hello\n", output);
+        expectHellos(age < 900 ? 1 : 2);
+    }
 }
 
 TEST_F(RecorderTest, greetsTheDeviceAfterEveryFiftiethDatagram)

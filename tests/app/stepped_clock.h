@@ -5,8 +5,8 @@
 
 #include "fdloop.h"
 
-/// While it lives, the monotonic milliseconds stand still but for its steps. Programs with it are
-/// linked with --wrap=_Z10tt_time_msv.
+/// While it lives, the monotonic milliseconds stand still between its steps. Programs with it are
+/// linked with --wrap=_Z10tt_time_msv and --wrap=_Z18tt_time_ms_elapsedj.
 class SteppedClock
 {
 public:

@@ -120,3 +120,17 @@ TYPED_TEST(UdpPacketAnalyzerTest, panicsOnADatagramShorterThanItsType)
                     [&] { this->m_analyzer.getData(packet.data(), size); });
     }
 }
+
+// The check is a virtual operation: a derived analyser decides what it decodes.
+TEST(UdpPacketAnalyzer, asksADerivedClassForTheType)
+{
+    class AnyType : public UdpPacketAnalyzer<GenericData>
+    {
+    public:
+        bool isType(void const*, unsigned int) const override { return true; }
+    };
+    Bytes packet = toBytes(Sample<GenericData>::PACKET);
+    packet[0] = 0;
+    GenericData const record = AnyType().getData(packet.data(), 20);
+    EXPECT_EQ(Sample<GenericData>::RECORD.ticks, record.ticks);
+}

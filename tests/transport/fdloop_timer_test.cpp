@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "allocations.h"
 #include "fdloop_timer_factory.h"
 #include "scoped_loop.h"
 #include "system_doubles.h"
@@ -85,6 +86,43 @@ TEST_F(FdloopTimerTest, runsOnceWhenTheCallbackReturnsFalse)
     timer->startTimer(100);
     EXPECT_EQ(0U, expire());
     EXPECT_EQ(2U, runs);
+}
+
+// As a callback that counts its runs, and ends them.
+TEST_F(FdloopTimerTest, findsTheStateThatTheCallbackKeptInItsLastRun)
+{
+    timer->setCallBack([this, count = 0]() mutable {
+        ++runs;
+        return ++count < 3;
+    });
+    timer->startTimer(100);
+    while (timer->isActive() && runs < 10)
+        expire();
+    EXPECT_EQ(3U, runs);
+}
+
+TEST_F(FdloopTimerTest, expiresWithoutTakingMemory)
+{
+    setCallBack([] { return true; });
+    timer->startTimer(100);
+    unsigned const before = allocationCount();
+    expire();
+    EXPECT_EQ(1U, runs);
+    EXPECT_EQ(before, allocationCount());
+}
+
+TEST_F(FdloopTimerTest, isStoppedByWhatADerivedClassCallsActive)
+{
+    class Idle : public FdloopTimer
+    {
+    public:
+        using FdloopTimer::FdloopTimer;
+        bool isActive() const override { return false; }
+    };
+    Idle idle(loop);
+    idle.startTimer(100);
+    idle.stopTimer(); // not active, it says: nothing to stop
+    EXPECT_EQ(1U, timerCount(loop));
 }
 
 TEST_F(FdloopTimerTest, withoutACallbackFiresOnceAndBecomesInactive)
@@ -338,6 +376,14 @@ TEST_F(FdloopTimerTest, worksInThePassesOfTheLoop)
     EXPECT_EQ(1, fdloop_loop(loop)); // until no timer is left
     EXPECT_EQ(3U, runs);
     EXPECT_FALSE(timer->isActive());
+}
+
+TEST_F(FdloopTimerTest, aFactoryTakesMemoryOncePerTimer)
+{
+    FdloopTimerFactory const factory(loop);
+    unsigned const before = allocationCount();
+    auto const made = factory.create();
+    EXPECT_EQ(before + 1, allocationCount());
 }
 
 TEST_F(FdloopTimerTest, aFactoryMakesInactiveTimersOnItsLoop)

@@ -117,6 +117,31 @@ TEST_F(WaitPointTest, aCallbackMayDestroyTheGate)
     EXPECT_EQ("alive", calls);
 }
 
+TEST_F(WaitPointTest, replacingACallbackThatOwnsTheGateIsHarmless)
+{
+    auto gate = std::make_shared<TestWaitPoint>();
+    std::weak_ptr<TestWaitPoint> const watched = gate;
+    gate->setCallback([gate] { return gate != nullptr; });
+    gate->call();
+    TestWaitPoint& reached = *gate;
+    gate.reset();
+
+    reached.setCallback(recording('b'));
+    EXPECT_EQ("b", calls);
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(WaitPointTest, aCallbackFindsTheStateOfItsLastRun)
+{
+    point.setCallback([this, count = 0]() mutable {
+        calls += static_cast<char>('a' + count++);
+        return true;
+    });
+    point.call();
+    point.call();
+    EXPECT_EQ("ab", calls);
+}
+
 TEST_F(WaitPointTest, aCallbackMayReachTheGateAgain)
 {
     point.setCallback([this] {
