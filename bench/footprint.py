@@ -31,8 +31,7 @@ SYSTEM_CALL = re.compile(r"^\d+ (\w+)\(([^,)]*).*? = (-?\w+)")
 CALLS = [  # each with what is to be seen of it
     ("recvfrom, a datagram", lambda name, _, result: name == "recvfrom" and result > 0),
     ("recvfrom, no more there", lambda name, _, result: name == "recvfrom" and result < 0),
-    ("pselect6, the wait", lambda name, first, _: name == "pselect6" and first != "0"),
-    ("pselect6, lets CTRL-C in", lambda name, first, _: name == "pselect6" and first == "0"),
+    ("pselect6, the wait", lambda name, *_: name == "pselect6"),
     ("clock_gettime", lambda name, *_: name == "clock_gettime"),
     ("write, the log", lambda name, first, _: name == "write" and first != "1"),
     ("write, a line", lambda name, first, _: name == "write" and first == "1"),

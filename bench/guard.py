@@ -29,9 +29,8 @@ MAX_INSTRUCTIONS_PER_RECORD = 1350
 ALLOCATIONS_PER_DATAGRAM = 1  # the snapshot of the observers
 ALLOCATIONS_PER_RECORD = 2  # the snapshots behind the reader and behind the delay
 
-# System calls are the floor's own, but for the clock, which is read by a call once a pass and once
-# a hello, or once a record; and for those that let a CTRL-C in: one per 256 records, and one per
-# 100 ms of passes.
+# System calls are the floor's own, and the clock's, which is read by a call once a pass and once a
+# hello, or once a record.
 MAX_CLOCK_READINGS_PER_DATAGRAM = 0.04
 MAX_CLOCK_READINGS_PER_WOKEN_DATAGRAM = 1.03
 MAX_CLOCK_READINGS_PER_RECORD = 1.01

@@ -13,7 +13,7 @@ static void copyText(char (&to)[CommandLine::TEXT_SIZE], char const* from)
     to[sizeof to - 1] = '\0';
 }
 
-// The argument behind option `i`, which moves on to it.
+// The argument after option `i`. Moves `i` on to it.
 static char const* optionValue(int argc, char** argv, int& i)
 {
     if (++i >= argc)
@@ -50,8 +50,7 @@ void parseCommandLine(int argc, char** argv, CommandLine& line, sockaddr_in& dev
         }
     }
 
-    // The port as read, not its low 16 bits: 65536 is let through and sends to port 0. That is
-    // meant.
+    // The port as read, not its low 16 bits, on purpose: 65536 is let through and sends to port 0.
     if (line.port == 0 || line.address[0] == '\0' || line.fileName[0] == '\0')
         printUsage();
 }

@@ -10,15 +10,14 @@
 #include "command_line.h"
 #include "fdloop.h"
 #include "log_tool.h"
+#include "tt_interrupt.h"
 #include "tt_panic.h"
 
-static constexpr int END_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
-
-static std::unique_ptr<LogTool> s_logTool; // for the signal handler; lives until the process exits
+static std::unique_ptr<LogTool> s_logTool; // lives until the process exits
 static std::terminate_handler s_terminate; // the C++ library's own
 
-// The log and the socket take the lowest free descriptors. In the place of a closed standard one
-// the log would get what is printed, and descriptor 0 counts as no socket.
+// If a standard descriptor is closed, the log could get its number and receive our output. And a
+// socket with number 0 would count as closed.
 static void openStandardDescriptors()
 {
     for (int const fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -34,20 +33,25 @@ static void onTerminate()
     s_terminate();
 }
 
-static void holdBackEndSignals()
+static void catchSignals()
 {
-    sigset_t set;
-    sigemptyset(&set);
-    for (int const sig : END_SIGNALS)
-        sigaddset(&set, sig);
-    sigprocmask(SIG_BLOCK, &set, nullptr);
+    tt_interrupt_catch(SIGINT);
+    tt_interrupt_catch(SIGTERM); // the machine goes down
+    // The terminal is gone. Under nohup that is ignored, and stays so.
+    struct sigaction hangup = {};
+    sigaction(SIGHUP, nullptr, &hangup);
+    if (hangup.sa_handler != SIG_IGN)
+        tt_interrupt_catch(SIGHUP);
+    // Output that nobody reads, or that a background job may not write, is no reason to end or
+    // stop.
+    signal(SIGPIPE, SIG_IGN);
+    signal(SIGTTOU, SIG_IGN);
 }
 
-// Runs only where the loop lets it in, and alone, so it interrupts no allocation, no output, no
-// list work.
+// Not called by the signal, but at the first point after it where nothing is half done.
 static void onInterrupt(int sig)
 {
-    holdBackEndSignals(); // a different one would still come into the middle of this one
+    s_logTool->m_udpCon->rxDataReady(); // what arrived before the signal belongs to the run
     if (sig == SIGINT)
         puts("\nCTRL-C Pressed");
     signal(sig, SIG_IGN);
@@ -55,35 +59,23 @@ static void onInterrupt(int sig)
     s_logTool->m_udpCon->close();
 }
 
-static void installSignalHandlers()
-{
-    holdBackEndSignals(); // until the loop lets them in: the handler needs s_logTool
-    signal(SIGINT, onInterrupt);
-    // The machine goes down, or the terminal is gone: the log is to be whole then as well.
-    signal(SIGTERM, onInterrupt);
-    if (signal(SIGHUP, onInterrupt) == SIG_IGN)
-        signal(SIGHUP, SIG_IGN); // nohup
-    signal(SIGPIPE, SIG_IGN);    // a recording goes on when nobody reads its output any more
-}
-
 int main(int argc, char** argv)
 {
     openStandardDescriptors();
     s_terminate = std::set_terminate(onTerminate);
-    // Whole lines, as they are printed, also into a pipe or a journal.
-    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 
     auto device = std::make_shared<sockaddr_in>();
     device->sin_family = AF_INET;
     CommandLine line;
     parseCommandLine(argc, argv, line, *device);
 
-    installSignalHandlers();
+    // Whole lines, as they are printed, also into a pipe or a journal.
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    catchSignals();
+
     static _fdloop_t* const loop = fdloop_init(); // lives as long as the process
     if (!loop)
         tt_assert_failed("main", 86);
-    for (int const sig : END_SIGNALS)
-        fdloop_signal_in_wait(loop, sig);
 
     s_logTool = std::make_unique<LogTool>(loop, line.fileName, device);
     if (line.replay)
@@ -92,7 +84,9 @@ int main(int argc, char** argv)
         s_logTool->record();
 
     while (!s_logTool->m_stop && s_logTool->m_mode) {
-        if (fdloop_run(loop) != 0)
+        if (int const sig = tt_interrupted())
+            onInterrupt(sig);
+        else if (fdloop_run(loop) != 0)
             break;
     }
 

@@ -2,11 +2,9 @@
 
 #include <utility>
 
-#include "fdloop.h"
 #include "log_controller.h"
 #include "subscribe_all.h"
-
-static constexpr unsigned SIGNALS_EVERY_N_RECORDS = 256;
+#include "tt_interrupt.h"
 
 Player::Player(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCon> udpCon,
                std::shared_ptr<sockaddr_in> address, std::function<bool()> const& completion)
@@ -14,8 +12,7 @@ Player::Player(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCon> u
       m_controller(LogControllerFactory(udpCon, std::move(address)).create()),
       m_dataLogger(std::make_shared<DataLogger>()),
       m_delay(std::make_shared<LogDataDelay>(loop)),
-      m_completion(completion),
-      m_loop(loop)
+      m_completion(completion)
 {
     m_reader->openFile(std::move(fileName));
     m_controller->initialize();
@@ -30,27 +27,43 @@ Player::~Player()
 {
     m_dataLogger->removeController();
     m_controller->tearDown();
-    // Removes nothing: the logger observes the delay, not the reader. The links between the stages
-    // lapse with them.
+    // Removes nothing, on purpose: the logger observes the delay, not the reader. The links between
+    // the stages end when the stages do.
     unsubscribe_all(std::shared_ptr<IDataLogger>(m_dataLogger), m_reader);
+}
+
+namespace
+{
+
+/// True while it lives, also when an exception ends that.
+class Flag
+{
+public:
+    explicit Flag(bool& flag) : m_flag(flag) { m_flag = true; }
+    ~Flag() { m_flag = false; }
+    Flag(Flag const&) = delete;
+    Flag& operator=(Flag const&) = delete;
+
+private:
+    bool& m_flag;
+};
+
 }
 
 void Player::readNext()
 {
     m_wanted = true;
-    // The record being read was passed on at once. The read below takes the request up, so that
-    // records that are all due do not pile up on the stack.
+    // The record that is being read was passed on at once. The loop below takes the request up, so
+    // that records that are all due do not pile up on the stack.
     if (m_reading)
         return;
 
-    m_reading = true;
-    for (unsigned count = 1; m_wanted; ++count) {
+    Flag const reading(m_reading);
+    // Records that are all due keep this going for as long as the log is: CTRL-C must end it.
+    while (m_wanted && !tt_interrupted()) {
         m_wanted = false;
-        if (!m_reader->readPacket())
+        // A read that failed because CTRL-C cut it short is not the end of the log.
+        if (!m_reader->LogDataReader::readPacket() && !tt_interrupted())
             m_completion();
-        // Records that are all due keep this going for as long as the log is: CTRL-C must end it.
-        if (count % SIGNALS_EVERY_N_RECORDS == 0 && fdloop_let_signals_in(m_loop))
-            break;
     }
-    m_reading = false;
 }

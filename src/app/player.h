@@ -15,13 +15,14 @@
 #include "mode.h"
 
 /// Replay mode: sends the records of the log file to the device at the pace at which they were
-/// recorded. The road of a record: reader, delay, data logger, controller.
+/// recorded. A record passes through reader, delay, data logger and controller.
 class Player : public Mode
 {
 public:
-    /// Starts the replay, and sends all records that are due before it returns. `completion` is
-    /// called once the log is exhausted, perhaps already in here; it must not be empty. Throws
-    /// std::system_error when the log cannot be opened.
+    /// Starts the replay: sends the first record, and after it those that are due at once. It
+    /// returns at the first one that must wait, or when a signal has been caught that ends the run.
+    /// `completion` is called once the log is exhausted, perhaps already in here. It must not be
+    /// empty. Throws std::system_error when the log cannot be opened.
     Player(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCon> udpCon,
            std::shared_ptr<sockaddr_in> address, std::function<bool()> const& completion);
     ~Player() override;
@@ -36,7 +37,6 @@ private:
     std::shared_ptr<DataLogger> m_dataLogger;
     std::shared_ptr<LogDataDelay> m_delay;
     std::function<bool()> m_completion;
-    _fdloop_t* m_loop;
     bool m_reading = false; // readNext is on the stack
     bool m_wanted = false;  // the next record has been asked for
 };

@@ -15,7 +15,6 @@
 #include "tt_time.h"
 
 static constexpr unsigned DEBUG_SELECTOR = 0x20000;
-static constexpr uint32_t SIGNAL_DELAY_MS = 100;
 
 template <class Entry>
 static Entry* _allocate(int assert_line)
@@ -68,7 +67,7 @@ static _fdloop_fd_t* _fd_add(_fdloop_t* loop, uint8_t dir, int fd, fdloop_fd_fun
     return entry;
 }
 
-/* Takes the entry behind `prev` (the head behind null) out of the list and frees it. */
+/* Takes the entry after `prev`, or the head if that is null, out of the list and frees it. */
 static void _fd_remove(_fdloop_t* loop, _fdloop_fd_t* prev, _fdloop_fd_t* entry)
 {
     (prev ? prev->next : loop->fd_head) = entry->next;
@@ -206,7 +205,6 @@ int fdloop_register_signal(_fdloop_t* loop, fdloop_signal_func func, int signo)
     sigset_t const set = _sigset_of(signo);
 
     sigprocmask(SIG_BLOCK, &set, nullptr);
-    sigaddset(&loop->wait_mask, signo);
     int const fd = signalfd(-1, &set, SFD_CLOEXEC);
     if (fd < 0)
         return fd;
@@ -221,40 +219,7 @@ int fdloop_unregister_signal(_fdloop_t* loop, int fd, int signo)
 
     fdloop_fd_unregister(loop, fd);
     close(fd);
-    sigdelset(&loop->wait_mask, signo);
     return sigprocmask(SIG_UNBLOCK, &set, nullptr);
-}
-
-void fdloop_signal_in_wait(_fdloop_t* loop, int signo)
-{
-    sigset_t const set = _sigset_of(signo);
-
-    if (!loop->wait_masked) {
-        sigprocmask(SIG_BLOCK, nullptr, &loop->wait_mask);
-        loop->wait_masked = 1;
-    }
-    sigprocmask(SIG_BLOCK, &set, nullptr);
-    sigdelset(&loop->wait_mask, signo);
-}
-
-int fdloop_let_signals_in(_fdloop_t* loop)
-{
-    timespec const no_time = {};
-
-    if (!loop->wait_masked)
-        return 0;
-    return pselect(0, nullptr, nullptr, nullptr, &no_time, &loop->wait_mask) == -1 ? 1 : 0;
-}
-
-/* pselect does not let a pending signal in while it finds ready descriptors, so a busy stream could
-   hold one back for ever. The end of a pass is as safe a place as the wait. */
-static void _busy_pass_ended(_fdloop_t* loop)
-{
-    if (loop->now_ms - loop->let_in_ms < SIGNAL_DELAY_MS)
-        return;
-
-    fdloop_let_signals_in(loop);
-    loop->let_in_ms = loop->now_ms;
 }
 
 /* The pass */
@@ -279,16 +244,15 @@ static int _fd_sets_fill(_fdloop_t* loop, fd_set* sets[FDLOOP_DIRECTIONS])
     return max_fd;
 }
 
-/* select, but that the signals of fdloop_signal_in_wait are let in exactly while it waits. No time
-   limit with `timeout` 0. */
-static int _wait(_fdloop_t* loop, int max_fd, fd_set* sets[FDLOOP_DIRECTIONS], uint32_t timeout)
+/* No time limit with `timeout` 0. */
+static int _wait(int max_fd, fd_set* sets[FDLOOP_DIRECTIONS], uint32_t timeout)
 {
-    timespec limit = {};
+    timeval limit = {};
     limit.tv_sec = static_cast<time_t>(timeout / 1000);
-    limit.tv_nsec = static_cast<long>(timeout % 1000) * 1000000;
+    limit.tv_usec = static_cast<suseconds_t>(timeout % 1000) * 1000;
 
-    return pselect(max_fd + 1, sets[FDLOOP_READ], sets[FDLOOP_WRITE], sets[FDLOOP_EXCEPT],
-                   timeout ? &limit : nullptr, loop->wait_masked ? &loop->wait_mask : nullptr);
+    return select(max_fd + 1, sets[FDLOOP_READ], sets[FDLOOP_WRITE], sets[FDLOOP_EXCEPT],
+                  timeout ? &limit : nullptr);
 }
 
 static void _fd_sweep(_fdloop_t* loop)
@@ -337,11 +301,9 @@ int fdloop_run(_fdloop_t* loop)
     if (timeout == 0 && max_fd == -1)
         return 1; /* nothing to wait for */
 
-    int const ready = _wait(loop, max_fd, sets, timeout);
-    if (ready > 0) {
+    int const ready = _wait(max_fd, sets, timeout);
+    if (ready > 0)
         _fd_dispatch(loop, sets);
-        _busy_pass_ended(loop);
-    }
 
     /* A signal only cuts the wait short: the caller's next pass waits again. */
     return ready >= 0 || errno == EINTR ? 0 : -1;

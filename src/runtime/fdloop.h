@@ -4,9 +4,9 @@
 #include <cstdint>
 
 // A single-threaded event loop over select: descriptors, timers, idlers and signals. Everything is
-// called from the thread that runs the passes. Callbacks may register, unregister, add and delete
-// anything, themselves included: an entry that is deleted while its kind is being served is not
-// called again and freed at the end of that service.
+// called from the thread that runs the passes, and nothing of it from a signal handler. Callbacks
+// may register, unregister, add and delete anything, themselves included. An entry that is deleted
+// while the callbacks of its kind run is not called again, and is freed when they have all run.
 
 /// The loop: owns its entries, lives as long as the process.
 struct _fdloop_t;
@@ -27,15 +27,17 @@ using fdloop_signal_func = int (*)(int fd, int signo, int pid, int status);
 /// Non-zero runs the timer again one interval after the expiry that has just run, 0 ends it.
 using fdloop_timer_func = int (*)(void* data);
 
-/// Panics when memory is exhausted, as do all operations that add an entry but fdloop_timer_add.
+/// Panics when memory is exhausted. So do all operations that add an entry, except
+/// fdloop_timer_add.
 _fdloop_t* fdloop_init();
 
 /// Sets the debug level to the low byte of `flags` if bit 0x20000 selects this library.
 void fdloop_debug(_fdloop_t* loop, unsigned flags);
 
-/// One pass: due timers, idlers, the wait for a descriptor or the next timer, the callbacks of the
-/// ready descriptors. Returns 0, also after a time-out or a wait cut short by a signal; 1 at once
-/// when there is nothing to wait for (no timer, no enabled descriptor); -1 when the wait fails.
+/// One pass: the timers that are due, the idlers, the wait for a descriptor or the next timer, the
+/// callbacks of the ready descriptors. Returns 0, also when the time ran out or a signal cut the
+/// wait short; 1 at once when there is nothing to wait for (no timer, no enabled descriptor); -1
+/// when the wait fails.
 int fdloop_run(_fdloop_t* loop);
 
 /// Runs passes until one does not return 0, and returns its result.
@@ -53,8 +55,9 @@ void fdloop_fd_unregister(_fdloop_t* loop, int fd);
 void fdloop_fd_unregister_write(_fdloop_t* loop, int fd);
 void fdloop_fd_unregister_except(_fdloop_t* loop, int fd);
 
-/// Has the oldest entry with `fd` and `func`, of any direction, watched or not, from the next pass
-/// on.
+/// Starts or stops watching the oldest entry with this `fd` and `func`, of any direction. An entry
+/// that starts is watched from the next pass on. One that stops is not called any more, even when
+/// it is ready in the pass that is running.
 void fdloop_fd_enable(_fdloop_t* loop, int fd, fdloop_fd_func func, int enable);
 
 // Idlers run once per pass, in the order added; they cannot be removed.
@@ -69,18 +72,6 @@ int fdloop_register_signal(_fdloop_t* loop, fdloop_signal_func func, int signo);
 
 /// Closes the signal descriptor and unblocks `signo`; returns sigprocmask's result.
 int fdloop_unregister_signal(_fdloop_t* loop, int fd, int signo);
-
-/// Blocks `signo` but for the wait of a pass, the end of a pass and fdloop_let_signals_in. Its
-/// ordinary handler then interrupts no allocation, output or list work, so it may call whatever a
-/// callback may call, and a flag that it sets is seen before the next wait. Passes that never have
-/// to wait delay it by no more than 100 ms and a pass. Handlers of different signals may interrupt
-/// one another, unless they hold one another back.
-void fdloop_signal_in_wait(_fdloop_t* loop, int signo);
-
-/// Lets the signals of fdloop_signal_in_wait in here as well: for a callback that may go on for
-/// long, at a point where the handler may do as it likes. Returns 1 if a handler has run: the
-/// callback then returns soon, so that the program can act on it. Else 0.
-int fdloop_let_signals_in(_fdloop_t* loop);
 
 // Timers. Times are milliseconds on the clock of fdloop_time_ms, which wraps; intervals must stay
 // below 2^31 ms.

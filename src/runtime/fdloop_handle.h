@@ -3,7 +3,6 @@
 
 // The inside of the loop handle, for the loop's own sources and their tests.
 
-#include <csignal>
 #include <cstdint>
 
 #include <sys/select.h>
@@ -63,9 +62,6 @@ struct _fdloop_t
     uint8_t timer_busy;
     uint8_t timer_dirty;
     uint8_t debug;
-    uint8_t wait_masked; // wait_mask holds during the wait
-    sigset_t wait_mask;  // blocked signals during the wait
-    uint32_t let_in_ms;  // when the signals of the wait were last let in without one
 };
 
 #endif

@@ -18,7 +18,7 @@ static void _timer_log(char const* function, _fdloop_timer_t const* timer)
              reinterpret_cast<void*>(timer->func), timer->data);
 }
 
-/* Inserts behind all timers that expire no later, so that equal expiries run in order. */
+/* Inserts after all timers that expire no later, so that equal expiries run in order. */
 static void _timer_set(_fdloop_timer_t** head, unsigned debug, _fdloop_timer_t* timer)
 {
     if (debug >= 2)

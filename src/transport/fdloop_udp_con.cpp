@@ -5,9 +5,8 @@
 #include <utility>
 
 #include "fdloop.h"
+#include "tt_interrupt.h"
 #include "tt_slog.h"
-
-static constexpr unsigned SIGNALS_EVERY_N_DATAGRAMS = 256;
 
 uint32_t FdloopUdpCon::s_rxCount = 0;
 
@@ -41,8 +40,10 @@ bool FdloopUdpCon::open()
         return m_socket.bind();
 
     // The guard may outlive the connection.
-    m_bindGuard->setCallback([this, lifetime = std::weak_ptr<void>(m_lifetime)] {
-        return !lifetime.expired() && static_cast<IUdpSocket&>(m_socket).bind();
+    if (!m_guarded)
+        m_guarded = std::make_shared<char>();
+    m_bindGuard->setCallback([this, guarded = std::weak_ptr<void>(m_guarded)] {
+        return !guarded.expired() && static_cast<IUdpSocket&>(m_socket).bind();
     });
     return true;
 }
@@ -78,7 +79,7 @@ bool FdloopUdpCon::transmit(sockaddr_in const* to, unsigned char const* data, un
 
 void FdloopUdpCon::setRxCallBack(RxCallBack const& cb)
 {
-    m_rxCallBack = cb ? std::make_shared<RxCallBack const>(cb) : nullptr;
+    m_rxCallBack = cb;
 }
 
 void FdloopUdpCon::setBindGuard(std::shared_ptr<WaitPoint> guard)
@@ -88,8 +89,8 @@ void FdloopUdpCon::setBindGuard(std::shared_ptr<WaitPoint> guard)
 
 void FdloopUdpCon::setPeriodicRxCallBack(RxCallBack const& cb, unsigned int period)
 {
-    m_periodicRxCallBack = cb;
     m_period = cb ? period : 0;
+    m_periodicRxCallBack = cb; // the last step: the former one may take the connection with it
 }
 
 int FdloopUdpCon::dataReadyCallback(int /*fd*/, void* data)
@@ -107,28 +108,30 @@ bool FdloopUdpCon::countForPeriod()
 void FdloopUdpCon::callPeriodically(sockaddr const* from, unsigned char const* data,
                                     unsigned int len)
 {
-    // A copy runs: the callback may replace itself or destroy the connection.
-    RxCallBack const periodicRxCallBack = m_periodicRxCallBack;
-    periodicRxCallBack(from, data, len);
+    m_periodicRxCallBack(from, data, len);
     s_rxCount = 0;
 }
 
 void FdloopUdpCon::rxDataReady()
 {
-    std::weak_ptr<void> const lifetime = m_lifetime;
-    // Held while it runs: it may replace itself or destroy the connection, too.
-    auto rxCallBack = m_rxCallBack;
+    Lifetime::Watch const lifetime(m_lifetime);
+    // Held while it runs: it may replace itself or destroy the connection.
+    HeldCallBack::Hold rxCallBack(m_rxCallBack);
+    bool isLast = false; // the run is about to end
 
-    for (unsigned count = 1; !lifetime.expired(); ++count) {
-        // Datagrams that come faster than they are taken keep this drain going: CTRL-C must end it.
-        if (count % SIGNALS_EVERY_N_DATAGRAMS == 0 && fdloop_let_signals_in(mutableLoop(m_loop)))
-            return;
-        if (rxCallBack != m_rxCallBack) {
-            rxCallBack = m_rxCallBack; // the former one may take the connection with it
+    while (!lifetime.isOver()) {
+        if (!rxCallBack.isOf(m_rxCallBack)) {
+            rxCallBack.take(m_rxCallBack); // the former one may take the connection with it
             continue;
         }
+        // What has arrived so far belongs to the run. What comes from now on does not: a device
+        // that never pauses would never let it end.
+        if (!isLast && tt_interrupted() && !(isLast = m_socket.refuseFurther()))
+            return;
 
         IUdpSocket::message_t const msg = m_socket.receive();
+        if (msg.len == 0 && isLast)
+            continue; // no later pass would take those after it
         if (msg.len < 1)
             return;
 
@@ -136,8 +139,8 @@ void FdloopUdpCon::rxDataReady()
         auto const len = static_cast<unsigned>(msg.len);
 
         if (rxCallBack)
-            (*rxCallBack)(from, msg.data, len);
-        if (lifetime.expired())
+            rxCallBack(from, msg.data, len);
+        if (lifetime.isOver())
             return;
         if (countForPeriod())
             callPeriodically(from, msg.data, len);

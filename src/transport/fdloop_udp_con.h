@@ -2,10 +2,11 @@
 #define TRANSPORT_FDLOOP_UDP_CON_H
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 
+#include "held_function.h"
 #include "i_udp_con.h"
+#include "lifetime.h"
 #include "udp_socket.h"
 
 struct _fdloop_t;
@@ -34,23 +35,26 @@ public:
 private:
     bool isOpen() const { return m_socket.getFd() >= 1; }
 
-    /// Counts a datagram; true when the periodic callback is to run for it.
+    /// Counts a datagram. True when the periodic callback is to run for it.
     bool countForPeriod();
 
     /// The connection may be gone afterwards.
     void callPeriodically(sockaddr const* from, unsigned char const* data, unsigned int len);
 
-    // Shared by all connections, on purpose: the period counts what the process receives.
+    using HeldCallBack = HeldFunction<void(sockaddr const*, unsigned char const*, unsigned int)>;
+
+    // Shared by all connections, on purpose: the period counts the datagrams of the process.
     static uint32_t s_rxCount;
 
     _fdloop_t const* m_loop;
     int m_port;
     UdpSocket m_socket;
-    std::shared_ptr<RxCallBack const> m_rxCallBack; // null for none
-    RxCallBack m_periodicRxCallBack;
+    HeldCallBack m_rxCallBack;
+    HeldCallBack m_periodicRxCallBack;
     uint32_t m_period = 0;
     std::shared_ptr<WaitPoint> m_bindGuard;
-    std::shared_ptr<void> m_lifetime = std::make_shared<char>(); // expires with this object
+    std::shared_ptr<void> m_guarded; // made for the first guard; expires with this object
+    Lifetime m_lifetime;
 };
 
 #endif

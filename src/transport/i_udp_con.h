@@ -34,10 +34,13 @@ public:
     /// From the next open() on, the socket is bound only when `guard` is reached. Null for none.
     virtual void setBindGuard(std::shared_ptr<WaitPoint> guard) = 0;
 
-    /// A second callback, run after the first for every `period`-th datagram received.
+    /// A second callback, run after the first one for every `period`-th datagram. The datagrams of
+    /// all connections of the process count, those without a second callback excepted.
     virtual void setPeriodicRxCallBack(RxCallBack const& cb, unsigned int period) = 0;
 
-    /// Delivers the datagrams queued in the socket, up to an empty one or a signal.
+    /// Delivers the datagrams that are queued in the socket, up to an empty one: the event loop
+    /// reports those after it. Once a signal has been caught that ends the run, all that have
+    /// arrived so far are delivered, and none that come later.
     virtual void rxDataReady() = 0;
 };
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <linux/filter.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -95,6 +96,15 @@ IUdpSocket::message_t UdpSocket::receive()
 int UdpSocket::getFd() const
 {
     return m_fd;
+}
+
+bool UdpSocket::refuseFurther()
+{
+    // A filter that lets no byte of a datagram pass.
+    sock_filter nothing = {BPF_RET | BPF_K, 0, 0, 0};
+    sock_fprog const program = {1, &nothing};
+
+    return ::setsockopt(m_fd, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) == 0;
 }
 
 void UdpSocket::closeFd()

@@ -23,6 +23,10 @@ public:
     message_t receive() override;
     int getFd() const override;
 
+    /// What has arrived stays in the queue; from now on nothing is added to it. False, printing
+    /// nothing, when that cannot be had.
+    bool refuseFurther();
+
 private:
     bool isOpen() const { return m_fd >= 1; }
     void closeFd();

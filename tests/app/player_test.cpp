@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/stat.h>
 
 #include "captured_output.h"
 #include "child_process.h"
@@ -22,6 +23,7 @@
 #include "stepped_clock.h"
 #include "temp_dir.h"
 #include "test_loop.h"
+#include "tt_interrupt.h"
 
 static char const* const END_OF_FILE = "End of file reached\n";
 static constexpr uint32_t START_MS = 1000;
@@ -65,6 +67,10 @@ protected:
     void startReplay(Bytes const& log)
     {
         writeBytes(m_dir.file("log"), log);
+        startReplayOfTheLog();
+    }
+    void startReplayOfTheLog()
+    {
         m_player = std::make_unique<Player>(testLoop(), m_dir.file("log"), m_connection, m_address,
                                             [this] {
                                                 ++m_completed;
@@ -109,6 +115,8 @@ public:
     {
         ++count;
         frames.insert(__builtin_frame_address(0));
+        if (onTransmit)
+            onTransmit();
         return true;
     }
     void setRxCallBack(
@@ -123,6 +131,7 @@ public:
 
     size_t count = 0;
     std::set<void*> frames;
+    std::function<void()> onTransmit;
 };
 
 }
@@ -339,20 +348,35 @@ TEST_F(SteppedPlayer, replaysALargeLogOfOneStampOnASmallStack)
     EXPECT_EQ("End of file reached\n200000 records, completed 1\n", result.output);
 }
 
-TEST_F(SteppedPlayer, endsWhenASignalIsLetInAfter256DueRecords)
+TEST_F(SteppedPlayer, stopsBetweenDueRecordsForASignalThatEndsTheRun)
 {
     ChildResult const result = runInChild([this] {
         auto const probe = std::make_shared<StackProbe>();
         m_connection = probe;
-        signal(SIGUSR1, [](int) {});
-        fdloop_signal_in_wait(testLoop(), SIGUSR1);
-
-        raise(SIGUSR1);
+        tt_interrupt_catch(SIGUSR1);
+        probe->onTransmit = [&probe] {
+            if (probe->count == 10)
+                raise(SIGUSR1);
+        };
         startReplay(600 * genericFrame(7));
         printf("%zu records, completed %d\n", probe->count, m_completed);
     });
     EXPECT_EQ(0, result.exitCode());
-    EXPECT_EQ("256 records, completed 0\n", result.output);
+    EXPECT_EQ("10 records, completed 0\n", result.output);
+}
+
+// As from a pipe that gives no more: it is CTRL-C that ends the run, not the log.
+TEST_F(SteppedPlayer, doesNotCompleteWhenASignalEndsARead)
+{
+    ChildResult const result = runInChild([this] {
+        ASSERT_EQ(0, mkfifo(m_dir.file("log").c_str(), 0600));
+        tt_interrupt_catch(SIGUSR1);
+        onceAsleep([](pid_t reader) { kill(reader, SIGUSR1); });
+        startReplayOfTheLog();
+        printf("completed %d\n", m_completed);
+    });
+    EXPECT_EQ(0, result.exitCode());
+    EXPECT_EQ("File read failed res 0, errno 4\ncompleted 0\n", result.output);
 }
 
 TEST_F(PlayerTest, isDrivenByTheLoop)

@@ -48,6 +48,7 @@ static void keepCoverage()
 
     if (dup2(fileno(output), STDOUT_FILENO) == -1)
         abort();
+    setvbuf(stdout, nullptr, _IONBF, 0); // in order with what goes past the stream
     setrlimit(RLIMIT_CORE, &noCore);
     alarm(CHILD_TIMEOUT_S);
     keepCoverageAtAbort();
@@ -76,4 +77,25 @@ ChildResult runInChild(std::function<void()> const& action)
         result.output += static_cast<char>(c);
     fclose(output);
     return result;
+}
+
+static void waitUntilAsleep(pid_t process)
+{
+    std::string const path = "/proc/" + std::to_string(process) + "/stat";
+    for (char state = 'R'; state != 'S';) {
+        FILE* const stat = fopen(path.c_str(), "r");
+        if (!stat || fscanf(stat, "%*d %*s %c", &state) != 1)
+            abort();
+        fclose(stat);
+    }
+}
+
+void onceAsleep(std::function<void(pid_t)> const& action)
+{
+    pid_t const sleeper = getpid();
+    if (fork() != 0)
+        return;
+    waitUntilAsleep(sleeper);
+    action(sleeper);
+    _exit(0);
 }

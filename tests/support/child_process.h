@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include <sys/types.h>
+
 struct ChildResult
 {
     std::string output; // descriptor 1 and the C stream alike, in order
@@ -19,5 +21,9 @@ struct ChildResult
 /// Runs `action` in a child process: for what ends the process or changes it for good. A child
 /// whose action returns exits with 0; one that hangs is ended by SIGALRM.
 ChildResult runInChild(std::function<void()> const& action);
+
+/// Runs `action` in a child process, as soon as this one sleeps in a system call. `action` gets the
+/// id of this one.
+void onceAsleep(std::function<void(pid_t)> const& action);
 
 #endif

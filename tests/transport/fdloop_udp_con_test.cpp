@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "allocations.h"
 #include "captured_output.h"
 #include "child_process.h"
 #include "fdloop_udp_con_factory.h"
@@ -23,6 +24,7 @@
 #include "signals.h"
 #include "socket_doubles.h"
 #include "system_doubles.h"
+#include "tt_interrupt.h"
 #include "wait_point.h"
 
 using Texts = std::vector<std::string>;
@@ -399,23 +401,30 @@ TEST_F(FdloopUdpConRx, theCallbackMayCloseTheConnectionAndStillGetsWhatIsQueued)
     EXPECT_EQ(1, fdloop_run(loop));
 }
 
-// A stream that refills the queue as fast as it is drained must not hold CTRL-C back.
-class FdloopUdpConEndlessRx : public FdloopUdpConRx
+// What a signal has to say is not forgotten: these run in processes of their own.
+class FdloopUdpConEnd : public FdloopUdpConRx
 {
 protected:
     static constexpr size_t ENOUGH = 5000;
 
-    FdloopUdpConEndlessRx()
+    /// Prints how many datagrams the last drain delivers.
+    std::string delivered(std::function<void()> const& prepare)
     {
-        s_con = &con;
-        con->setRxCallBack([this](sockaddr const*, unsigned char const* data, unsigned int len) {
-            refill(data, len);
-        });
+        return runInChild([this, &prepare] {
+                   tt_interrupt_catch(SIGUSR1);
+                   prepare();
+                   con->rxDataReady();
+                   printf("%zu", received.size());
+               })
+            .output;
     }
 
+    /// As a device that never pauses: a datagram for each one that is taken.
     void refill(unsigned char const* data, unsigned int len)
     {
         received.emplace_back();
+        if (received.size() == 10)
+            raise(SIGUSR1);
         if (received.size() < ENOUGH)
             con->transmit(&self, data, len);
     }
@@ -428,40 +437,44 @@ protected:
         });
     }
 
-    void drainWithSignal(void (*handler)(int))
-    {
-        ScopedSignals const signals;
-        ScopedSignals::handle(SIGUSR1, handler);
-        fdloop_signal_in_wait(loop, SIGUSR1);
-        raise(SIGUSR1);
-        send({"x"});
-        con->rxDataReady();
-
-        EXPECT_GE(received.size(), 1U);
-        EXPECT_LT(received.size(), ENOUGH);
-        EXPECT_EQ(0, loop->fd_count);
-    }
-
-    static decltype(&con) s_con;
     sockaddr_in const self = loopbackAddress(localPort(fd()));
 };
 
-decltype(FdloopUdpConEndlessRx::s_con) FdloopUdpConEndlessRx::s_con = nullptr;
-
-TEST_F(FdloopUdpConEndlessRx, endsWhenASignalClosesTheConnection)
+TEST_F(FdloopUdpConEnd, deliversAllThatHadArrivedAlsoAfterEmptyDatagrams)
 {
-    drainWithSignal([](int) { (*s_con)->close(); });
+    EXPECT_EQ("3", delivered([this] {
+                  con->setRxCallBack(appendTo(received));
+                  send({"a", "", "b", "", "", "c", ""});
+                  raise(SIGUSR1);
+              }));
 }
 
-TEST_F(FdloopUdpConEndlessRx, endsWhenASignalDestroysTheConnection)
+// The eleventh was sent before the drain had a chance to look at the signal.
+TEST_F(FdloopUdpConEnd, deliversNothingThatComesAfterTheSignal)
 {
-    drainWithSignal([](int) { s_con->reset(); });
+    EXPECT_EQ("11", delivered([this] {
+                  con->setRxCallBack([this](sockaddr const*, unsigned char const* data,
+                                            unsigned int len) { refill(data, len); });
+                  send({"x"});
+              }));
 }
 
-TEST_F(FdloopUdpConEndlessRx, endsThoughTheCallbackReplacesItselfEveryTime)
+TEST_F(FdloopUdpConEnd, comesThoughTheCallbackReplacesItselfEveryTime)
 {
-    setSelfReplacingCallback();
-    drainWithSignal([](int) { (*s_con)->close(); });
+    EXPECT_EQ("11", delivered([this] {
+                  setSelfReplacingCallback();
+                  send({"x"});
+              }));
+}
+
+TEST_F(FdloopUdpConEnd, comesOnASocketThatTakesNoFilter)
+{
+    EXPECT_EQ("0", delivered([this] {
+                  send({"a"});
+                  int const socket = fd();
+                  close(socket);
+                  raise(SIGUSR1);
+              }));
 }
 
 TEST_F(FdloopUdpConRx, theCallbackMayTransmit)
@@ -536,6 +549,29 @@ TEST_F(FdloopUdpConRx, thePeriodicCallbackMayBeTheConnectionsLastOwnerAndReplace
     EXPECT_EQ(0, fdloop_run(loop));
     EXPECT_EQ((Texts{"a"}), received);
     EXPECT_EQ(0, loop->fd_count);
+}
+
+TEST_F(FdloopUdpConRx, replacingAPeriodicCallbackThatOwnsTheConnectionIsHarmless)
+{
+    std::shared_ptr<FdloopUdpCon> owner = std::move(con);
+    std::weak_ptr<FdloopUdpCon> const watched = owner;
+    owner->setPeriodicRxCallBack([owner](auto&&...) {}, 1);
+    FdloopUdpCon& connection = *owner;
+    owner.reset();
+
+    connection.setPeriodicRxCallBack([](auto&&...) {}, 7);
+    EXPECT_TRUE(watched.expired());
+    EXPECT_EQ(0, loop->fd_count);
+}
+
+TEST_F(FdloopUdpConRx, thePeriodicCallbackFindsTheStateOfItsLastRun)
+{
+    resetCounter();
+    con->setPeriodicRxCallBack(
+        [this, count = 0](auto&&...) mutable { received.push_back(std::to_string(++count)); }, 1);
+    send({"a", "b"});
+    con->rxDataReady();
+    EXPECT_EQ((Texts{"1", "2"}), received);
 }
 
 TEST_F(FdloopUdpConRx, thePeriodicCallbackMayReplaceItself)
@@ -753,6 +789,14 @@ TEST_F(FdloopUdpConGuard, thatWasReplacedAfterOpenDoesNothingAfterTheDestruction
     con.reset();
 
     EXPECT_EQ("", loggedBy([this] { EXPECT_FALSE(guard->call()); }));
+}
+
+TEST_F(FdloopUdpConTest, aFactoryTakesMemoryOncePerConnection)
+{
+    FdloopUdpConFactory const factory(loop, 0);
+    unsigned const before = allocationCount();
+    auto const made = factory.create();
+    EXPECT_EQ(before + 1, allocationCount());
 }
 
 TEST_F(FdloopUdpConTest, aFactoryMakesUnopenedConnectionsForItsPort)

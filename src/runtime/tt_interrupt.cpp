@@ -1,0 +1,116 @@
+#include "tt_interrupt.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+
+#include <sys/time.h>
+
+#include "tt_time.h"
+
+static constexpr uint32_t UNBLOCK_AFTER_MS = 500;
+static constexpr uint32_t UNBLOCK_EVERY_MS = 1;
+static constexpr uint32_t GIVE_UP_AFTER_MS = 3000;
+
+static sigset_t s_caught = {};
+static volatile sig_atomic_t s_first = 0;
+static volatile uint32_t s_first_ms = 0;
+
+static void _unblock_after(unsigned ms);
+
+static bool _is_given_up()
+{
+    return tt_time_ms_elapsed(s_first_ms) >= GIVE_UP_AFTER_MS;
+}
+
+/* Ignored signals, too: whoever ends a run sets those that have been handled to be ignored. */
+static void _give_up()
+{
+    for (int sig = 1; sig < NSIG; ++sig) {
+        if (sigismember(&s_caught, sig) == 1)
+            signal(sig, SIG_DFL);
+    }
+}
+
+static void _note(int sig)
+{
+    int const saved_errno = errno;
+
+    if (!s_first) {
+        s_first_ms = tt_time_ms();
+        s_first = sig;
+        _unblock_after(UNBLOCK_AFTER_MS);
+    } else if (_is_given_up()) {
+        _give_up();
+        raise(sig); /* blocked until this handler has returned */
+    }
+    errno = saved_errno;
+}
+
+static void _on_alarm(int /*sig*/)
+{
+    int const saved_errno = errno;
+
+    if (s_first && _is_given_up())
+        _give_up();
+    errno = saved_errno;
+}
+
+/* A periodic timer: an alarm that comes just before a call blocks is followed by another one. The
+   handler is installed no earlier, so that until then an alarm is whatever it was before. */
+static void _unblock_after(unsigned ms)
+{
+    struct sigaction action = {};
+    action.sa_handler = _on_alarm; /* without SA_RESTART, so that calls end with EINTR */
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGALRM, &action, nullptr);
+
+    itimerval timer = {};
+    timer.it_value.tv_sec = static_cast<time_t>(ms / 1000);
+    timer.it_value.tv_usec = static_cast<suseconds_t>(ms % 1000) * 1000;
+    timer.it_interval.tv_usec = static_cast<suseconds_t>(UNBLOCK_EVERY_MS) * 1000;
+    setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+void tt_interrupt_catch(int sig)
+{
+    struct sigaction action = {};
+    action.sa_handler = _note;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+
+    sigaddset(&s_caught, sig);
+    sigaction(sig, &action, nullptr);
+
+    /* Whoever started the program may have blocked them. */
+    sigset_t needed;
+    sigemptyset(&needed);
+    sigaddset(&needed, sig);
+    sigaddset(&needed, SIGALRM);
+    sigprocmask(SIG_UNBLOCK, &needed, nullptr);
+}
+
+int tt_interrupted()
+{
+    return s_first;
+}
+
+void tt_unblock_start(unsigned ms)
+{
+    _unblock_after(ms);
+}
+
+void tt_unblock_end()
+{
+    itimerval const off = {};
+    setitimer(ITIMER_REAL, &off, nullptr);
+
+    /* A signal that came before this line has lost its timer just now. One that comes later starts
+       it itself. */
+    if (s_first) {
+        uint32_t const left = UNBLOCK_AFTER_MS - tt_time_ms_elapsed(s_first_ms);
+        _unblock_after(left <= UNBLOCK_AFTER_MS ? std::max(left, UNBLOCK_EVERY_MS)
+                                                : UNBLOCK_EVERY_MS);
+    }
+}
