@@ -11,6 +11,7 @@
 #include "fdloop.h"
 #include "log_tool.h"
 #include "tt_interrupt.h"
+#include "tt_outlet.h"
 #include "tt_panic.h"
 
 static std::unique_ptr<LogTool> s_logTool; // lives until the process exits
@@ -30,6 +31,7 @@ static void openStandardDescriptors()
 static void onTerminate()
 {
     fflush(nullptr);
+    tt_outlet_finish();
     s_terminate();
 }
 
@@ -69,8 +71,8 @@ int main(int argc, char** argv)
     CommandLine line;
     parseCommandLine(argc, argv, line, *device);
 
-    // Whole lines, as they are printed, also into a pipe or a journal.
-    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    // From here on no reader of our output can hold the run up, and no signal can cut it off.
+    tt_outlet_open();
     catchSignals();
 
     static _fdloop_t* const loop = fdloop_init(); // lives as long as the process
@@ -91,5 +93,6 @@ int main(int argc, char** argv)
     }
 
     device.reset();
+    tt_outlet_finish();
     return 0;
 }

@@ -1,27 +1,15 @@
 #include "tt_console.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
-#include <unistd.h>
+#include "tt_outlet.h"
 
 static constexpr size_t CONSOLE_BUFFER_SIZE = 80;
 
 int tt_puts(char const* s)
 {
-    size_t const len = strlen(s);
-    size_t done = 0;
-
-    fflush(stdout);
-    while (done < len) {
-        ssize_t const written = write(STDOUT_FILENO, s + done, len - done);
-        if (written >= 0)
-            done += static_cast<size_t>(written);
-        else if (errno != EINTR)
-            break;
-    }
-    return static_cast<int>(done);
+    return static_cast<int>(tt_outlet_write(s, strlen(s)));
 }
 
 int tt_console_puts(char const* s)

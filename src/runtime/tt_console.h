@@ -4,16 +4,18 @@
 #include <cstdarg>
 #include <cstddef>
 
-// Console output goes straight to descriptor 1. What the C stream `stdout` still holds was printed
-// earlier, so it is flushed first: both kinds of output appear in the order of the calls.
+// Console output goes straight to standard output, past the C stream `stdout`. Lines of both appear
+// in the order of the calls, since the stream is line-buffered. A line that the stream still holds
+// a part of comes after what is printed here.
 
 /// Writes the whole string, no line end added. Partial writes and EINTR are continued. Returns the
-/// number of bytes written, which is short after any other error.
+/// number of bytes written, which is short after any other error. A program that has called
+/// tt_outlet_open does not wait here; bytes kept for later count as written.
 int tt_puts(char const* s);
 int tt_console_puts(char const* s);
 
-/// Prints at most 79 characters a call: the text is formatted into a fixed 80-byte buffer. Returns
-/// the number of characters formatted.
+/// Prints at most 79 characters a call: the text is formatted into a fixed 80-byte buffer, and the
+/// rest is cut off. Returns the length of what was kept, at most 79.
 int tt_printf(char const* fmt, ...) __attribute__((format(printf, 1, 2)));
 int tt_console_printf(char const* fmt, ...) __attribute__((format(printf, 1, 2)));
 int tt_vprintf(char const* fmt, va_list ap) __attribute__((format(printf, 1, 0)));

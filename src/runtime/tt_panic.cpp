@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "tt_console.h"
+#include "tt_outlet.h"
 
 void tt_panic(char const* fmt, ...)
 {
@@ -13,13 +14,14 @@ void tt_panic(char const* fmt, ...)
     int const saved_errno = errno;
     va_list ap;
 
+    // abort() writes no stream out: what has been recorded so far must not go with the process.
+    fflush(nullptr);
     tt_printf("Panic: ");
     errno = saved_errno;
     va_start(ap, fmt);
     tt_vprintf(fmt, ap);
     va_end(ap);
-    // abort() writes no stream out: what has been recorded so far must not go with the process.
-    fflush(nullptr);
+    tt_outlet_finish();
     tt_abort();
 }
 

@@ -1,7 +1,7 @@
 #ifndef RUNTIME_TT_PANIC_H
 #define RUNTIME_TT_PANIC_H
 
-/// Prints "Panic: " and the message, writes what the C streams still hold and aborts the process.
+/// Writes what the C streams still hold, prints "Panic: " and the message, and aborts the process.
 [[noreturn]] void tt_panic(char const* fmt, ...) __attribute__((format(printf, 1, 2)));
 
 /// The panic of a broken invariant: "*** ASSERT in <unit> at <line>\n". `line` is a fixed number

@@ -7,6 +7,7 @@
 #include "tt_time.h"
 
 static constexpr size_t PREFIX_SIZE = 20;
+static constexpr size_t MESSAGE_SIZE = 80;
 
 char const* const tt_slog_prio_txt[8] = {"EMERG",   "ALERT",  "CRIT", "ERROR",
                                          "WARNING", "NOTICE", "INFO", "DEBUG"};
@@ -15,13 +16,15 @@ int tt_vslog(int prio, char const* fmt, va_list ap)
 {
     // The message may print errno with %m, and the caller may go on to report it.
     int const saved_errno = errno;
-    char prefix[PREFIX_SIZE];
-    size_t const time_len = tt_utc_strftime(prefix, sizeof prefix, "%H:%M:%S", tt_time());
+    // One text, so that output that nobody takes loses all of it or nothing.
+    char line[PREFIX_SIZE + MESSAGE_SIZE];
 
-    tt_snprintf(prefix + time_len, sizeof prefix - time_len, "%8s: ", tt_slog_prio_txt[prio & 7]);
-    tt_puts(prefix);
+    size_t prefix_len = tt_utc_strftime(line, PREFIX_SIZE, "%H:%M:%S", tt_time());
+    prefix_len += static_cast<size_t>(tt_snprintf(line + prefix_len, PREFIX_SIZE - prefix_len,
+                                                  "%8s: ", tt_slog_prio_txt[prio & 7]));
     errno = saved_errno;
-    int const len = tt_vprintf(fmt, ap);
+    int const len = tt_vsnprintf(line + prefix_len, MESSAGE_SIZE, fmt, ap);
+    tt_puts(line);
     errno = saved_errno;
     return len;
 }

@@ -21,7 +21,7 @@ extern char const* const tt_slog_prio_txt[8];
 /// Prints the UTC time, the level name and the message on the console, for example
 /// "09:05:07   ERROR: bind: socket not open". The message is cut to 79 characters; no line end is
 /// added, so a format without one leaves the next output on the same line. Only the low three bits
-/// of `prio` count. errno stays as it is. Returns the length of the message.
+/// of `prio` count. errno stays as it is. Returns the length of the message as printed, at most 79.
 int tt_slog(int prio, char const* fmt, ...) __attribute__((format(printf, 2, 3)));
 int tt_vslog(int prio, char const* fmt, va_list ap) __attribute__((format(printf, 2, 0)));
 

@@ -20,7 +20,7 @@ struct _kernel_timespec_t
     long tv_nsec;
 };
 
-static int s_time_valid = 0;
+static uint8_t s_time_valid = 0;
 
 static _kernel_timespec_t _monotonic()
 {
@@ -111,7 +111,7 @@ int tt_time_valid()
 {
     static constexpr std::make_unsigned_t<time_t> LAST_INVALID_SECOND = 1420070399;
 
-    // Unsigned: a clock before 1970 counts as valid. That is meant.
+    // Unsigned, on purpose: a clock before 1970 counts as valid.
     if (!s_time_valid &&
         static_cast<std::make_unsigned_t<time_t>>(_real_time().tv_sec) > LAST_INVALID_SECOND)
         s_time_valid = 1;

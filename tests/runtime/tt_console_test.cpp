@@ -11,6 +11,7 @@
 #include "captured_output.h"
 #include "child_process.h"
 #include "console_pipe.h"
+#include "tt_outlet.h"
 
 static std::string const HUNDRED_CHARACTERS = "0.........1.........2.........3.........4........."
                                               "5.........6.........7.........8.........9.........";
@@ -63,21 +64,43 @@ TEST(TtPuts, writesTheStringAsItIs)
     }
 }
 
-// A redirected program buffers its stream fully.
-TEST(TtPuts, keepsTheOrderWithOutputOfTheStream)
+TEST(TtPuts, keepsTheOrderOfWholeLinesWithTheStream)
 {
     ChildResult const child = runInChild([] {
-        setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
-        printf("one ");
-        tt_puts("two ");
-        puts("three");
-        tt_printf("%s ", "four");
-        printf("five ");
-        tt_puts("");
-        tt_console_puts("six\n");
+        tt_outlet_open();
+        puts("one");
+        tt_puts("two\n");
+        printf("%s\n", "three");
+        tt_printf("%s\n", "four");
     });
 
-    EXPECT_EQ("one two three\nfour five six\n", child.output);
+    EXPECT_EQ("one\ntwo\nthree\nfour\n", child.output);
+}
+
+// A line may be printed in two steps, and what the second one has to report comes before it.
+TEST(TtPuts, comesBeforeTheLineThatTheStreamHasOnlyAPartOf)
+{
+    ChildResult const child = runInChild([] {
+        tt_outlet_open();
+        printf("timeout: ");
+        tt_puts("failed ");
+        puts("send hello");
+    });
+
+    EXPECT_EQ("failed timeout: send hello\n", child.output);
+}
+
+TEST(TtPuts, writesNothingForAnEmptyText)
+{
+    ChildResult const child = runInChild([] {
+        tt_outlet_open();
+        printf("held");
+        int const written = tt_puts("");
+        tt_puts("|");
+        printf(" %d", written);
+    });
+
+    EXPECT_EQ("|held 0", child.output);
 }
 
 __attribute__((format(printf, 1, 2))) static int viaVprintf(char const* fmt, ...)
