@@ -5,9 +5,9 @@
 #
 #   scripts/prove.sh [stage...]
 #
-# A stage is a program of prove/ by its name, with or without its ending; all of them without one. It
+# A stage is a program of tests/long/ by its name, with or without its ending; all of them without one. It
 # prints rows of name, figure and bound, and fails on a loss, a crash or a bound that does not hold.
-# Stages of Python take options that scale them: prove/<stage>.py --help.
+# Stages of Python take options that scale them: tests/long/<stage>.py --help.
 # PROVE_LIMIT, by default 45m, ends a stage that takes longer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -23,7 +23,7 @@ fail() {
 # find_stage <name>: the program's path.
 find_stage() {
     local path
-    for path in "prove/$1" "prove/$1.sh" "prove/$1.py"; do
+    for path in "tests/long/$1" "tests/long/$1.sh" "tests/long/$1.py"; do
         if [ -x "$path" ] && [ ! -d "$path" ]; then
             echo "$path"
             return
@@ -34,7 +34,7 @@ find_stage() {
 
 stages=()
 if [ $# -eq 0 ]; then
-    for path in prove/*; do
+    for path in tests/long/*; do
         [ ! -x "$path" ] || [ -d "$path" ] || stages+=("$path")
     done
 else

@@ -29,9 +29,9 @@ sys.dont_write_bytecode = True
 # pylint: disable-next=wrong-import-position ; the line above comes first
 from breaks import breaks_of
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 OUT = ROOT / "build" / "mutation"
-REASONS = ROOT / "prove" / "missed.txt"
+REASONS = ROOT / "tests" / "long" / "missed.txt"
 COPIES = 2
 FOUND_AT_LEAST = 95  # %
 
@@ -154,7 +154,7 @@ class Copy:
         return Run(arguments, folder, {**os.environ, **environment}, limit)
 
     def _unit_tests(self, layer):
-        folder = self._build / "tests" / layer
+        folder = self._build / "tests" / "unit" / layer
         program = folder / f"{layer}_tests"
         return self._run([program, "--gtest_fail_fast"], folder, {}, UNIT_LIMIT_S).failure()
 

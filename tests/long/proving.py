@@ -7,7 +7,7 @@ import multiprocessing
 import os
 import sys
 
-ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 BUILD = os.path.join(ROOT, "build", "default")
 FOLDERS = {
     "LOG_TOOL": "src/app/log_tool",

@@ -4,9 +4,9 @@
 # The children of the unit tests keep their counters also when they abort (child_process.cpp in
 # tests/support); a log_tool that aborts end to end loses them.
 #
-#   prove/coverage.sh
+#   tests/long/coverage.sh
 set -euo pipefail
-cd "$(dirname "$0")/.."
+cd "$(dirname "$0")/../.."
 
 build=build/coverage
 
@@ -27,4 +27,4 @@ main() {
 }
 
 main >&2
-exec python3 -B prove/coverage.py "$build/coverage.json"
+exec python3 -B tests/long/coverage.py "$build/coverage.json"

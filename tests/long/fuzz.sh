@@ -3,9 +3,9 @@
 # for the first number, all other targets for the second one. Prints a row for each: its name, what
 # came of it, and the bound. New inputs and findings stay under build/prove.
 #
-#   prove/fuzz.sh [executions] [executions of other targets]
+#   tests/long/fuzz.sh [executions] [executions of other targets]
 set -euo pipefail
-cd "$(dirname "$0")/.."
+cd "$(dirname "$0")/../.."
 
 executions=${1:-10000000}
 other_executions=${2:-1000000}
@@ -26,13 +26,13 @@ last_in() {
 }
 
 fuzz() {
-    local target=$1 wanted=$2 inputs=(fuzz/corpus/"$1") log=$out/fuzz_$1.log bound="no finding"
+    local target=$1 wanted=$2 inputs=(tests/fuzz/corpus/"$1") log=$out/fuzz_$1.log bound="no finding"
     local executed
 
-    [ ! -d "fuzz/regressions/$target" ] || inputs+=("fuzz/regressions/$target")
+    [ ! -d "tests/fuzz/regressions/$target" ] || inputs+=("tests/fuzz/regressions/$target")
     rm -rf "$out/fuzz_$target"*
     mkdir "$out/fuzz_$target"
-    if "build/fuzz/fuzz/${target}_fuzz" -runs="$wanted" -timeout=60 -print_final_stats=1 \
+    if "build/fuzz/tests/fuzz/${target}_fuzz" -runs="$wanted" -timeout=60 -print_final_stats=1 \
         -artifact_prefix="$out/fuzz_${target}_" "$out/fuzz_$target" "${inputs[@]}" >"$log" 2>&1; then
         executed=$(last_in "$log" '^stat::number_of_executed_units: *([0-9]+)')
         printf 'fuzz %s\t%s executions, %s/s, %s edges\t%s\n' "$target" "$executed" \

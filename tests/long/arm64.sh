@@ -2,7 +2,7 @@
 # Runs the tests as 64-bit ARM code, in an emulator. scripts/test.sh does so with 32-bit ARM code,
 # which differs more from that of a desk. Prints a row: how many tests have passed, and the bound.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+cd "$(dirname "$0")/../.."
 
 out=build/prove
 status=0

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes the seed corpora anew: what a device sends and people type, and how it may be damaged.
 
-    fuzz/make_seeds.py <device_sim>
+    tests/fuzz/make_seeds.py <device_sim>
 """
 
 import shutil
@@ -12,7 +12,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-ROOT = Path(__file__).resolve().parent.parent
+ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tests/e2e"))
 
 import codec
@@ -228,7 +228,7 @@ def main():
         "command_line": command_lines(),
     }
     for target, seeds in corpora.items():
-        folder = ROOT / "fuzz/corpus" / target
+        folder = ROOT / "tests/fuzz/corpus" / target
         shutil.rmtree(folder, ignore_errors=True)
         folder.mkdir(parents=True)
         for name, data in seeds.items():
