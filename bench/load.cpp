@@ -23,7 +23,7 @@
 #include "greeting.h"
 #include "packet_codec.h"
 #include "receiver_watch.h"
-#include "record_types.h"
+#include "record_list.h"
 #include "simulation_time.h"
 
 struct Options

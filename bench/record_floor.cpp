@@ -15,7 +15,7 @@
 #include "frame_header.h"
 #include "hello.h"
 #include "packet_format.h"
-#include "record_types.h"
+#include "record_list.h"
 
 static constexpr timeval HELLO_PERIOD = {1, 0};
 static constexpr unsigned HELLO_EVERY_N_PACKETS = 50;

@@ -15,7 +15,7 @@
 #include "command_line.h"
 #include "frame_header.h"
 #include "packet_codec.h"
-#include "record_types.h"
+#include "record_list.h"
 #include "tt_time.h"
 
 struct Pace

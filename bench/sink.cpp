@@ -15,7 +15,7 @@
 
 #include "device_socket.h"
 #include "packet_codec.h"
-#include "record_types.h"
+#include "record_list.h"
 #include "simulation_time.h"
 
 static constexpr timespec PERIOD = {0, NS_PER_MS};

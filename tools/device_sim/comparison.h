@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "expected_log.h"
-#include "record_types.h"
+#include "record_list.h"
 
 struct Differences
 {

@@ -10,7 +10,7 @@
 
 #include "frame_header.h"
 #include "packet_codec.h"
-#include "record_types.h"
+#include "record_list.h"
 
 uint64_t fingerprint(unsigned char const* data, size_t size)
 {

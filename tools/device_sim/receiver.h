@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "expected_log.h"
-#include "record_types.h"
+#include "record_list.h"
 
 /// How early (negative) or late records came, in ms, the first one of all being on time.
 struct Lateness

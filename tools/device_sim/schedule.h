@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "record_types.h"
+#include "record_list.h"
 #include "simulation_time.h"
 
 /// Tells which record is due when: each type at its own rate, from time 0 on. Records due at the

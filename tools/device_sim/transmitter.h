@@ -8,7 +8,7 @@
 #include "datagram.h"
 #include "device_socket.h"
 #include "faults.h"
-#include "record_types.h"
+#include "record_list.h"
 
 /// What was sent. A record cut short counts as an extra only, a padded one as both.
 struct SentCounts

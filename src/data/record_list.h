@@ -1,5 +1,5 @@
-#ifndef DEVICE_SIM_RECORD_TYPES_H
-#define DEVICE_SIM_RECORD_TYPES_H
+#ifndef DATA_RECORD_LIST_H
+#define DATA_RECORD_LIST_H
 
 #include <array>
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 #include "record_type.h"
 
-/// In the order of their codes: a type's index is its code less 1.
+/// The record types, in the order of their codes: a type's index is its code less 1.
 using RecordTypes = std::tuple<ImuData, GnssData, GnssPvt, AttitudeData, GenericData>;
 
 constexpr size_t RECORD_TYPE_COUNT = std::tuple_size_v<RecordTypes>;
