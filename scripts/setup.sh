@@ -11,7 +11,7 @@
 #   scripts/setup.sh package-test    to install and run them
 set -euo pipefail
 
-build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev nlohmann-json3-dev
+build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev libfmt-dev nlohmann-json3-dev libgeographiclib-dev
        libgtest-dev libbenchmark-dev)
 checkers=(clang-format clang-tidy cppcheck shellcheck valgrind strace clang libclang-rt-dev llvm
           mandoc groff-base)

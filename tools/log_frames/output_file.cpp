@@ -1,0 +1,177 @@
+#include "log_frames/output_file.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "log_frames/file_error.h"
+#include "log_frames/unfinished_files.h"
+
+static_assert(sizeof(off_t) == 8, "logs grow past 2 GiB, also on 32-bit machines");
+
+// The file is written, summed up and read back in blocks of this size.
+static constexpr size_t BLOCK_SIZE = size_t{256} << 10;
+
+// So much is sent on its way to the disk while the rest is still made: the wait at the end is
+// short.
+static constexpr uint64_t START_WRITING_AT = uint64_t{8} << 20;
+
+static FileError existsError(std::string const& name)
+{
+    return FileError(name + " exists already; --force replaces it");
+}
+
+// The name to write to: where a symbolic link leads.
+static std::string resolve(std::string const& name)
+{
+    std::error_code error;
+    auto const path = std::filesystem::canonical(name, error);
+    return error ? name : path.string();
+}
+
+static void checkTarget(std::string const& name, eExisting existing)
+{
+    struct stat status = {};
+    if (stat(name.c_str(), &status) == -1)
+        return; // what is wrong with the folder shows when the file is made
+    if (S_ISDIR(status.st_mode))
+        throw FileError("cannot write " + name + ": it is a folder");
+    if (!S_ISREG(status.st_mode))
+        throw FileError("cannot write " + name + ": it is not a regular file");
+    if (existing == eExisting::Refuse)
+        throw existsError(name);
+}
+
+OutputFile::OutputFile(std::string const& name, eExisting existing)
+    : m_name(resolve(name)),
+      m_existing(existing)
+{
+    checkTarget(m_name, existing);
+
+    // A name that nobody else takes: the process's number, and another one if a crash left that.
+    for (unsigned attempt = 0; m_fd == -1; ++attempt) {
+        m_temporary = std::make_unique<UnfinishedFile>(m_name + ".part" + std::to_string(getpid()) +
+                                                       "-" + std::to_string(attempt));
+        m_fd = ::open(m_temporary->name().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (m_fd == -1 && (errno != EEXIST || attempt == 1000))
+            throw FileError::ofErrno("write", m_name);
+    }
+    m_buffer.reserve(BLOCK_SIZE);
+}
+
+OutputFile::~OutputFile()
+{
+    if (m_fd == -1)
+        return;
+    ::close(m_fd);
+    unlink(m_temporary->name().c_str());
+}
+
+void OutputFile::write(unsigned char const* data, size_t size)
+{
+    m_size += size;
+    while (size > 0) {
+        size_t const count = std::min(size, BLOCK_SIZE - m_buffer.size());
+        m_buffer.insert(m_buffer.end(), data, data + count);
+        data += count;
+        size -= count;
+        if (m_buffer.size() == BLOCK_SIZE)
+            flush();
+    }
+}
+
+void OutputFile::flush()
+{
+    m_written.add(m_buffer.data(), m_buffer.size());
+    writeAll(m_buffer.data(), m_buffer.size());
+    m_buffer.clear();
+
+    if (m_size - m_startedUpTo < START_WRITING_AT)
+        return;
+    sync_file_range(m_fd, static_cast<off_t>(m_startedUpTo),
+                    static_cast<off_t>(m_size - m_startedUpTo), SYNC_FILE_RANGE_WRITE);
+    m_startedUpTo = m_size;
+}
+
+void OutputFile::writeAll(unsigned char const* data, size_t size)
+{
+    while (size > 0) {
+        ssize_t const count = ::write(m_fd, data, size);
+        if (count == -1 && errno == EINTR)
+            continue;
+        if (count == -1)
+            throw FileError::ofErrno("write", m_name);
+        data += count;
+        size -= static_cast<size_t>(count);
+    }
+}
+
+void OutputFile::publish()
+{
+    flush();
+    readBack(); // while the disk is still at work
+    if (fsync(m_fd) == -1)
+        throw FileError::ofErrno("write", m_name);
+    rename();
+}
+
+void OutputFile::readBack()
+{
+    Checksum read;
+    uint64_t at = 0;
+    size_t filled = 0;
+
+    m_buffer.resize(BLOCK_SIZE);
+    for (;;) {
+        ssize_t const count =
+            pread(m_fd, m_buffer.data() + filled, BLOCK_SIZE - filled, static_cast<off_t>(at));
+        if (count == -1 && errno == EINTR)
+            continue;
+        if (count == -1)
+            throw FileError::ofErrno("read back", m_name);
+        at += static_cast<size_t>(count);
+        filled += static_cast<size_t>(count);
+        if (count != 0 && filled < BLOCK_SIZE)
+            continue;
+        read.add(m_buffer.data(), filled);
+        filled = 0;
+        if (count == 0)
+            break;
+    }
+    if (at != m_size || read != m_written)
+        throw FileError("cannot write " + m_name + ": other bytes were read back");
+}
+
+void OutputFile::rename()
+{
+    char const* const temporary = m_temporary->name().c_str();
+
+    // A link does not replace a file that has come meanwhile. Some file systems have none.
+    if (m_existing == eExisting::Refuse) {
+        if (link(temporary, m_name.c_str()) == 0)
+            unlink(temporary);
+        else if (errno == EEXIST)
+            throw existsError(m_name);
+        else
+            m_existing = eExisting::Replace;
+    }
+    if (m_existing == eExisting::Replace && ::rename(temporary, m_name.c_str()) == -1)
+        throw FileError::ofErrno("write", m_name);
+
+    ::close(m_fd);
+    m_fd = -1;
+    m_temporary.reset();
+
+    // The name itself must reach the disk, too.
+    std::string const folder = std::filesystem::absolute(m_name).parent_path().string();
+    int const fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd == -1)
+        return; // a folder that may be written but not read
+    fsync(fd);
+    ::close(fd);
+}

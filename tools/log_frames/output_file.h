@@ -1,0 +1,61 @@
+#ifndef LOG_FRAMES_OUTPUT_FILE_H
+#define LOG_FRAMES_OUTPUT_FILE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "log_frames/checksum.h"
+#include "log_frames/frame.h"
+
+class UnfinishedFile;
+
+/// What to do when there is a file of the output's name.
+enum class eExisting
+{
+    Refuse,
+    Replace,
+};
+
+/// A file that appears under its name only when it is whole and on the disk. Until publish() it has
+/// a temporary name beside it; without publish() nothing is left of it.
+///
+/// All operations throw FileError.
+class OutputFile
+{
+public:
+    /// Refuses a name that is taken by something else than a regular file, whatever `existing` is.
+    OutputFile(std::string const& name, eExisting existing);
+    ~OutputFile();
+    OutputFile(OutputFile const&) = delete;
+    OutputFile& operator=(OutputFile const&) = delete;
+
+    void write(unsigned char const* data, size_t size);
+    void write(FrameRange const& frames) { write(frames.bytes(), frames.size()); }
+    void write(Frame frame) { write(frame.bytes(), frame.size()); }
+
+    /// Ends the file: writes it to the disk, reads it back, compares, gives it its name.
+    void publish();
+
+    uint64_t size() const { return m_size; } // in bytes, so far
+    std::string const& name() const { return m_name; }
+
+private:
+    void flush();
+    void writeAll(unsigned char const* data, size_t size);
+    void readBack();
+    void rename();
+
+    std::string m_name;
+    eExisting m_existing;
+    std::unique_ptr<UnfinishedFile> m_temporary;
+    int m_fd = -1;
+    std::vector<unsigned char> m_buffer;
+    uint64_t m_size = 0;
+    uint64_t m_startedUpTo = 0; // of the file's bytes: on their way to the disk
+    Checksum m_written;
+};
+
+#endif

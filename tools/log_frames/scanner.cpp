@@ -1,0 +1,298 @@
+#include "log_frames/scanner.h"
+
+#include <algorithm>
+#include <cstring>
+
+// Large enough that reads cost little, small enough for the processor's cache.
+static constexpr size_t BUFFER_SIZE = size_t{256} << 10;
+
+// As far as a decision looks ahead: a candidate, one that overlaps it and the frame after that.
+static constexpr size_t LOOK_AHEAD = 4 * LARGEST_FRAME;
+
+static constexpr uint64_t NO_PLACE = UINT64_MAX;
+
+namespace
+{
+
+/// The bytes from the place of a decision on. Those that are missing at its end are missing in the
+/// source, too, as long as nothing more than LOOK_AHEAD away is asked for.
+struct View
+{
+    unsigned char const* bytes;
+    size_t size;
+
+    View from(size_t at) const { return {bytes + at, size - at}; }
+};
+
+/// What follows a candidate, the best first.
+enum class eFollower
+{
+    Frame,
+    End,
+    Other,
+};
+
+}
+
+uint64_t framesAtMost(Damage const& damage)
+{
+    if (damage.isOneFrame || damage.length == 1)
+        return 1;
+    return 2 + (damage.length - 2) / SMALLEST_FRAME;
+}
+
+template <class Record>
+static bool isIntact(unsigned char const* bytes)
+{
+    return loadWord<uint64_t>(bytes) == HEADER_WORD<Record> &&
+           isFooter(bytes + FRAME_SIZE<Record> - FOOTER_SIZE);
+}
+
+// The size of the intact frame of which at least LARGEST_FRAME bytes are there, or 0. The sizes are
+// constants in branches of their own: a processor that predicts the branch need not wait for the
+// frame's first byte to find the next frame.
+static inline size_t intactFrameSizeUnbounded(unsigned char const* bytes)
+{
+    switch (bytes[0]) {
+    case RecordType<ImuData>::CODE:
+        return isIntact<ImuData>(bytes) ? FRAME_SIZE<ImuData> : 0;
+    case RecordType<GnssData>::CODE:
+        return isIntact<GnssData>(bytes) ? FRAME_SIZE<GnssData> : 0;
+    case RecordType<GnssPvt>::CODE:
+        return isIntact<GnssPvt>(bytes) ? FRAME_SIZE<GnssPvt> : 0;
+    case RecordType<AttitudeData>::CODE:
+        return isIntact<AttitudeData>(bytes) ? FRAME_SIZE<AttitudeData> : 0;
+    case RecordType<GenericData>::CODE:
+        return isIntact<GenericData>(bytes) ? FRAME_SIZE<GenericData> : 0;
+    default:
+        return 0;
+    }
+}
+
+// Whether these bytes, the source's last ones, are the start of a frame that its end has cut off.
+static bool isCutOffFrame(View view)
+{
+    if (view.size >= HEADER_SIZE)
+        return frameSizeByHeader(view.bytes) > view.size;
+    if (view.size == 0 || !isRecordCode(view.bytes[0]))
+        return false;
+    uint64_t const header = HEADER_WORDS[view.bytes[0] - 1U];
+    return memcmp(view.bytes, &header, view.size) == 0;
+}
+
+static eFollower followerOf(View view, size_t frameSize)
+{
+    View const rest = view.from(frameSize);
+    if (intactFrameSize(rest.bytes, rest.size) != 0)
+        return eFollower::Frame;
+    return rest.size == 0 || isCutOffFrame(rest) ? eFollower::End : eFollower::Other;
+}
+
+// What all headers have in common, in one comparison: most bytes of a damaged region fail it.
+static bool mayBeHeader(unsigned char const* bytes)
+{
+    static constexpr uint64_t MASK = 0xFFFFFFFFFF00FF00; // without type and low byte of length
+    static_assert((HEADER_WORD<ImuData> & MASK) == (HEADER_WORD<GnssData> & MASK));
+    return (loadWord<uint64_t>(bytes) & MASK) == (HEADER_WORD<ImuData> & MASK);
+}
+
+// The size of the frame that log_tool -r would read here, or 0.
+static size_t readableFrameSize(View view)
+{
+    if (view.size < SMALLEST_FRAME || !isRecordCode(view.bytes[0]) ||
+        view.bytes[1] != FRAME_VERSION)
+        return 0;
+    size_t const size = FRAME_SIZES[view.bytes[0] - 1U];
+    return size <= view.size && isFooter(view.bytes + size - FOOTER_SIZE) ? size : 0;
+}
+
+// Whether a frame seems to start here, intact or not, or the source ends.
+static bool isBoundary(View view)
+{
+    if (view.size == 0 || readableFrameSize(view) != 0)
+        return true;
+    return view.size >= HEADER_SIZE ? frameSizeByHeader(view.bytes) != 0 : isCutOffFrame(view);
+}
+
+// The end of the damaged frame that starts here, if it still fills its place; else 0.
+static size_t damagedFrameSize(View view)
+{
+    size_t const byHeader = view.size >= HEADER_SIZE ? frameSizeByHeader(view.bytes) : 0;
+    if (byHeader != 0 && byHeader <= view.size && isBoundary(view.from(byHeader)))
+        return byHeader;
+
+    size_t smallest = 0;
+    for (size_t const size : FRAME_SIZES) {
+        bool const isShorter = smallest == 0 || size < smallest;
+        if (isShorter && size <= view.size && isFooter(view.bytes + size - FOOTER_SIZE) &&
+            isBoundary(view.from(size)))
+            smallest = size;
+    }
+    return smallest;
+}
+
+static void setReason(Damage& damage, eDamage reason, size_t expected, size_t found)
+{
+    damage.reason = reason;
+    damage.expected = static_cast<uint32_t>(expected);
+    damage.found = static_cast<uint32_t>(found);
+}
+
+// Finds the first thing in the frame that does not fit. `view` starts with no intact frame.
+static void explain(View view, Damage& damage)
+{
+    FrameHeader header = {};
+    memcpy(&header, view.bytes, std::min(view.size, sizeof header));
+
+    if (!isRecordCode(header.type))
+        return setReason(damage, eDamage::Type, 0, header.type);
+    size_t const size = FRAME_SIZES[header.type - 1U];
+    if (isCutOffFrame(view))
+        return setReason(damage, eDamage::CutOff, size, view.size);
+    if (header.version != FRAME_VERSION)
+        return setReason(damage, eDamage::Version, FRAME_VERSION, header.version);
+    if (header.length != size - FOOTER_SIZE)
+        return setReason(damage, eDamage::Length, size - FOOTER_SIZE, header.length);
+    if (header.reserved != 0)
+        return setReason(damage, eDamage::Reserved, 0, header.reserved);
+    setReason(damage, eDamage::Footer, FRAME_FOOTER,
+              loadWord<uint32_t>(view.bytes + size - FOOTER_SIZE));
+}
+
+// The better of this candidate and those that overlap it; never worse than the first one.
+// `boundary` is where a damaged frame ends that fills its place; beyond all of them without one.
+static size_t bestCandidate(View view, size_t first, uint64_t boundary)
+{
+    size_t best = first;
+    size_t bestEnd = first + intactFrameSize(view.bytes + first, view.size - first);
+    eFollower bestFollower = followerOf(view.from(first), bestEnd - first);
+
+    for (size_t at = first + 1; at < bestEnd; ++at) {
+        size_t const size = intactFrameSize(view.bytes + at, view.size - at);
+        if (size == 0)
+            continue;
+        eFollower const follower = followerOf(view.from(at), size);
+        if (follower < bestFollower || (follower == bestFollower && at == boundary)) {
+            best = at;
+            bestEnd = at + size;
+            bestFollower = follower;
+        }
+    }
+    return best;
+}
+
+Scanner::Scanner(ByteSource& source) : m_source(source), m_buffer(BUFFER_SIZE) {}
+
+void Scanner::skip(size_t count)
+{
+    m_begin += count;
+    m_offset += count;
+}
+
+void Scanner::fill()
+{
+    memmove(m_buffer.data(), at(), available());
+    m_end = available();
+    m_begin = 0;
+    // A pipe gives little at a time; that is taken as soon as it is enough for any decision.
+    while (!m_isAtEnd && m_end < LOOK_AHEAD) {
+        size_t const count = m_source.read(m_buffer.data() + m_end, m_buffer.size() - m_end);
+        m_end += count;
+        m_isAtEnd = count == 0;
+    }
+}
+
+std::optional<Scanner::Event> Scanner::next()
+{
+    if (available() < LOOK_AHEAD && !m_isAtEnd)
+        fill();
+    if (available() == 0)
+        return std::nullopt;
+    if (auto const stretch = takeFrames())
+        return *stretch;
+    return takeDamage();
+}
+
+std::optional<Stretch> Scanner::takeFrames()
+{
+    unsigned char const* const begin = at();
+    unsigned char const* const end = m_buffer.data() + m_end;
+    unsigned char const* p = begin;
+    unsigned char const* last = begin;
+    uint64_t count = 0;
+    size_t size = 1;
+
+    while (size != 0 && static_cast<size_t>(end - p) >= LARGEST_FRAME) {
+        size = intactFrameSizeUnbounded(p);
+        last = size != 0 ? p : last;
+        count += size != 0;
+        p += size;
+    }
+    // Near the end of the buffer; if that is not the end of the source, the next call goes on here.
+    while ((size = intactFrameSize(p, static_cast<size_t>(end - p))) != 0) {
+        last = p;
+        ++count;
+        p += size;
+    }
+    if (count == 0)
+        return std::nullopt;
+
+    Stretch const stretch = {m_offset, count, Frame(last), FrameRange(begin, p)};
+    skip(stretch.frames.size());
+    return stretch;
+}
+
+Damage Scanner::takeDamage()
+{
+    View const view = {at(), available()};
+    Damage damage = {};
+    damage.offset = m_offset;
+    explain(view, damage);
+
+    // What fills its place: the cut-off frame up to the end, or a whole one.
+    size_t const place = damage.reason == eDamage::CutOff ? view.size : damagedFrameSize(view);
+    bool const isReadable = place != 0 && readableFrameSize(view) == place;
+
+    skipToNextFrame(place == 0 ? NO_PLACE : m_offset + place); // view is not valid any more
+    damage.length = m_offset - damage.offset;
+    damage.isOneFrame = damage.length == place;
+    damage.endsReplay = !(isReadable && damage.isOneFrame);
+    return damage;
+}
+
+void Scanner::skipToNextFrame(uint64_t placeEnd)
+{
+    bool isFound = false;
+    while (!isFound && m_offset != placeEnd) {
+        if (available() < LOOK_AHEAD && !m_isAtEnd)
+            fill();
+        if (available() == 0)
+            return;
+        isFound = skipWithinBuffer(placeEnd);
+    }
+}
+
+// Goes on to the next frame that counts, to the end of the place or to where more bytes are needed
+// to decide. Returns whether it is a frame.
+bool Scanner::skipWithinBuffer(uint64_t placeEnd)
+{
+    View const view = {at(), available()};
+    uint64_t const leftOfPlace = placeEnd - m_offset; // huge without a place
+    size_t const decidable = m_isAtEnd ? view.size : view.size - LOOK_AHEAD + 1;
+    size_t const end = static_cast<size_t>(std::min<uint64_t>(decidable, leftOfPlace));
+
+    for (size_t at = 0; at < end; ++at) {
+        if (view.size - at < SMALLEST_FRAME || !mayBeHeader(view.bytes + at) ||
+            intactFrameSize(view.bytes + at, view.size - at) == 0)
+            continue;
+        size_t const best = bestCandidate(view, at, leftOfPlace);
+        View const frame = view.from(best);
+        if (placeEnd != NO_PLACE && best < leftOfPlace &&
+            followerOf(frame, intactFrameSize(frame.bytes, frame.size)) == eFollower::Other)
+            continue;
+        skip(static_cast<size_t>(std::min<uint64_t>(best, leftOfPlace)));
+        return true;
+    }
+    skip(end);
+    return false;
+}

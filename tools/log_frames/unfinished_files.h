@@ -1,0 +1,28 @@
+#ifndef LOG_FRAMES_UNFINISHED_FILES_H
+#define LOG_FRAMES_UNFINISHED_FILES_H
+
+#include <string>
+
+// Output files under their temporary names, which a signal that ends the process removes, so that
+// CTRL-C leaves nothing half-written. For one thread.
+
+/// For main: SIGINT, SIGTERM, SIGHUP and SIGPIPE remove the unfinished files and then do what they
+/// do by default. A signal that is ignored stays so.
+void removeUnfinishedFilesOnSignals();
+
+/// Keeps the file on the list as long as it lives. At most 8 at a time; more are not removed.
+class UnfinishedFile
+{
+public:
+    explicit UnfinishedFile(std::string name);
+    ~UnfinishedFile();
+    UnfinishedFile(UnfinishedFile const&) = delete;
+    UnfinishedFile& operator=(UnfinishedFile const&) = delete;
+
+    std::string const& name() const { return m_name; }
+
+private:
+    std::string m_name;
+};
+
+#endif

@@ -1,0 +1,26 @@
+#include "log_kit/command.h"
+
+#include <cstdio>
+
+#include "log_frames/file_error.h"
+
+void printError(std::string const& text)
+{
+    fflush(stdout); // in the order of events where both go to one place
+    fprintf(stderr, "log_kit: %s\n", text.c_str());
+}
+
+eStatus forEachFile(std::vector<std::string> const& files,
+                    std::function<eStatus(std::string const& file)> const& work)
+{
+    eStatus status = STATUS_GOOD;
+    for (std::string const& file : files) {
+        try {
+            status = worse(status, work(file));
+        } catch (FileError const& error) {
+            printError(error.what());
+            status = worse(status, STATUS_FAILED);
+        }
+    }
+    return status;
+}
