@@ -65,14 +65,4 @@ inline size_t frameSizeByHeader(unsigned char const* header)
     return FRAME_SIZES[code - 1U];
 }
 
-/// The size of the frame that starts here with both its header and its footer right; 0 if there is
-/// none within the `available` bytes.
-inline size_t intactFrameSize(unsigned char const* bytes, size_t available)
-{
-    if (available < SMALLEST_FRAME)
-        return 0;
-    size_t const size = frameSizeByHeader(bytes);
-    return size != 0 && size <= available && isFooter(bytes + size - FOOTER_SIZE) ? size : 0;
-}
-
 #endif

@@ -41,32 +41,82 @@ uint64_t framesAtMost(Damage const& damage)
     return 2 + (damage.length - 2) / SMALLEST_FRAME;
 }
 
+template <class Inner, class Outer>
+static bool endsWithFrame(unsigned char const* bytes)
+{
+    if constexpr (FRAME_SIZE<Inner> < FRAME_SIZE<Outer>)
+        return loadWord<uint64_t>(bytes + FRAME_SIZE<Outer> - FRAME_SIZE<Inner>) ==
+               HEADER_WORD<Inner>;
+    return false;
+}
+
+// Where in an otherwise intact frame a smaller frame starts that ends with it, 0 if there is none.
+// Then the frame was cut off, and the footer belongs to the one after it: sizes that fit by chance
+// are more likely than a payload that looks like a header at this very place.
 template <class Record>
-static bool isIntact(unsigned char const* bytes)
+static size_t startOfFrameWithin(unsigned char const* bytes)
+{
+    if (endsWithFrame<GnssPvt, Record>(bytes))
+        return FRAME_SIZE<Record> - FRAME_SIZE<GnssPvt>;
+    if (endsWithFrame<ImuData, Record>(bytes))
+        return FRAME_SIZE<Record> - FRAME_SIZE<ImuData>;
+    if (endsWithFrame<AttitudeData, Record>(bytes))
+        return FRAME_SIZE<Record> - FRAME_SIZE<AttitudeData>;
+    if (endsWithFrame<GenericData, Record>(bytes))
+        return FRAME_SIZE<Record> - FRAME_SIZE<GenericData>;
+    return 0;
+}
+
+template <class Record>
+static bool hasHeaderAndFooter(unsigned char const* bytes)
 {
     return loadWord<uint64_t>(bytes) == HEADER_WORD<Record> &&
            isFooter(bytes + FRAME_SIZE<Record> - FOOTER_SIZE);
 }
 
-// The size of the intact frame of which at least LARGEST_FRAME bytes are there, or 0. The sizes are
-// constants in branches of their own: a processor that predicts the branch need not wait for the
-// frame's first byte to find the next frame.
-static inline size_t intactFrameSizeUnbounded(unsigned char const* bytes)
+template <class Record>
+static size_t intactFrameSizeOf(unsigned char const* bytes, size_t available)
 {
+    bool const isIntact = FRAME_SIZE<Record> <= available && hasHeaderAndFooter<Record>(bytes) &&
+                          startOfFrameWithin<Record>(bytes) == 0;
+    return isIntact ? FRAME_SIZE<Record> : 0;
+}
+
+// The size of the intact frame that starts here, 0 if there is none within the available bytes.
+//
+// The sizes are constants in branches, not looked up: a processor that predicts the branch need not
+// wait for the frame's first byte to find the next frame.
+static inline size_t intactFrameSize(unsigned char const* bytes, size_t available)
+{
+    if (available < SMALLEST_FRAME)
+        return 0;
     switch (bytes[0]) {
     case RecordType<ImuData>::CODE:
-        return isIntact<ImuData>(bytes) ? FRAME_SIZE<ImuData> : 0;
+        return intactFrameSizeOf<ImuData>(bytes, available);
     case RecordType<GnssData>::CODE:
-        return isIntact<GnssData>(bytes) ? FRAME_SIZE<GnssData> : 0;
+        return intactFrameSizeOf<GnssData>(bytes, available);
     case RecordType<GnssPvt>::CODE:
-        return isIntact<GnssPvt>(bytes) ? FRAME_SIZE<GnssPvt> : 0;
+        return intactFrameSizeOf<GnssPvt>(bytes, available);
     case RecordType<AttitudeData>::CODE:
-        return isIntact<AttitudeData>(bytes) ? FRAME_SIZE<AttitudeData> : 0;
+        return intactFrameSizeOf<AttitudeData>(bytes, available);
     case RecordType<GenericData>::CODE:
-        return isIntact<GenericData>(bytes) ? FRAME_SIZE<GenericData> : 0;
+        return intactFrameSizeOf<GenericData>(bytes, available);
     default:
         return 0;
     }
+}
+
+// The same question for a frame that is cut off by another one, which ends where it should.
+static size_t startOfFrameWithin(View view)
+{
+    size_t start = 0;
+    if (view.size >= SMALLEST_FRAME && isRecordCode(view.bytes[0]))
+        visitRecordType(view.bytes[0] - size_t{1}, [&](auto record) {
+            using Record = decltype(record);
+            if (FRAME_SIZE<Record> <= view.size && hasHeaderAndFooter<Record>(view.bytes))
+                start = startOfFrameWithin<Record>(view.bytes);
+        });
+    return start;
 }
 
 // Whether these bytes, the source's last ones, are the start of a frame that its end has cut off.
@@ -114,9 +164,15 @@ static bool isBoundary(View view)
     return view.size >= HEADER_SIZE ? frameSizeByHeader(view.bytes) != 0 : isCutOffFrame(view);
 }
 
-// The end of the damaged frame that starts here, if it still fills its place; else 0.
+// How much of its place the damaged frame that starts here still fills: all of it, or all up to
+// where the end of the source or the next frame cuts it off. 0 if that cannot be told.
 static size_t damagedFrameSize(View view)
 {
+    if (isCutOffFrame(view))
+        return view.size;
+    if (size_t const start = startOfFrameWithin(view))
+        return start;
+
     size_t const byHeader = view.size >= HEADER_SIZE ? frameSizeByHeader(view.bytes) : 0;
     if (byHeader != 0 && byHeader <= view.size && isBoundary(view.from(byHeader)))
         return byHeader;
@@ -149,6 +205,8 @@ static void explain(View view, Damage& damage)
     size_t const size = FRAME_SIZES[header.type - 1U];
     if (isCutOffFrame(view))
         return setReason(damage, eDamage::CutOff, size, view.size);
+    if (size_t const start = startOfFrameWithin(view))
+        return setReason(damage, eDamage::CutOff, size, start);
     if (header.version != FRAME_VERSION)
         return setReason(damage, eDamage::Version, FRAME_VERSION, header.version);
     if (header.length != size - FOOTER_SIZE)
@@ -220,16 +278,8 @@ std::optional<Stretch> Scanner::takeFrames()
     unsigned char const* p = begin;
     unsigned char const* last = begin;
     uint64_t count = 0;
-    size_t size = 1;
 
-    while (size != 0 && static_cast<size_t>(end - p) >= LARGEST_FRAME) {
-        size = intactFrameSizeUnbounded(p);
-        last = size != 0 ? p : last;
-        count += size != 0;
-        p += size;
-    }
-    // Near the end of the buffer; if that is not the end of the source, the next call goes on here.
-    while ((size = intactFrameSize(p, static_cast<size_t>(end - p))) != 0) {
+    while (size_t const size = intactFrameSize(p, static_cast<size_t>(end - p))) {
         last = p;
         ++count;
         p += size;
@@ -249,14 +299,17 @@ Damage Scanner::takeDamage()
     damage.offset = m_offset;
     explain(view, damage);
 
-    // What fills its place: the cut-off frame up to the end, or a whole one.
-    size_t const place = damage.reason == eDamage::CutOff ? view.size : damagedFrameSize(view);
-    bool const isReadable = place != 0 && readableFrameSize(view) == place;
+    size_t const place = damagedFrameSize(view);
+    size_t const readable = readableFrameSize(view);
+    size_t const whole = view.size >= HEADER_SIZE ? frameSizeByHeader(view.bytes) : 0;
 
     skipToNextFrame(place == 0 ? NO_PLACE : m_offset + place); // view is not valid any more
     damage.length = m_offset - damage.offset;
     damage.isOneFrame = damage.length == place;
-    damage.endsReplay = !(isReadable && damage.isOneFrame);
+    damage.endsReplay = readable < damage.length;
+    bool const isHeaderRight = damage.reason == eDamage::Footer || damage.reason == eDamage::CutOff;
+    if (isHeaderRight && damage.length < whole)
+        setReason(damage, eDamage::CutOff, whole, static_cast<size_t>(damage.length));
     return damage;
 }
 

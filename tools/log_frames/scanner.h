@@ -27,7 +27,7 @@ enum class eDamage
     Length,   // not the one of the type
     Reserved, // not 0
     Footer,   // not FRAME_FOOTER
-    CutOff,   // the source ends within the frame
+    CutOff,   // the source ends within the frame, or the next frame starts
 };
 
 /// A region that belongs to no intact frame.
@@ -38,8 +38,8 @@ struct Damage
     eDamage reason;
     uint32_t expected; // the value that belongs there, with CutOff the frame's size; 0 with Type
     uint32_t found;    // the value that stands there, with CutOff the bytes that are left
-    bool isOneFrame;   // a single frame that still fills its place, or one that the end cuts off
-    bool endsReplay;   // log_tool -r stops here: it looks at neither length nor reserved
+    bool isOneFrame;   // a single frame that still fills its place, or whose end is cut off
+    bool endsReplay;   // log_tool -r stops here; it looks at neither length nor reserved
 };
 
 /// How many frames can have left their bytes in the region, at most: the end of one, whole ones of
@@ -51,8 +51,12 @@ uint64_t framesAtMost(Damage const& damage);
 /// never changes or prints anything.
 ///
 /// A frame is intact when its header and footer are: twelve constant bytes for each type. An intact
-/// frame is skipped whole, whatever its payload looks like. After damage, the next frame is looked
-/// for byte by byte, and since a damaged frame's payload may look like a frame:
+/// frame is skipped whole, whatever its payload looks like, with one exception: if a smaller
+/// frame's header stands in it just where that frame would end with it, it was cut off, and the
+/// smaller frame counts instead.
+///
+/// After damage, the next frame is looked for byte by byte, and since a damaged frame's payload may
+/// look like a frame:
 ///
 /// - Of candidates that overlap, the best one counts: one that is followed by a frame before one
 ///   that is followed by the end of the source, that one before any other, the first of equals.
@@ -60,8 +64,9 @@ uint64_t framesAtMost(Damage const& damage);
 ///   frame starts or the source ends), a candidate within it counts only if it is followed by a
 ///   frame or the end.
 ///
-/// Undecidable, and taken for frames: the payload of a damaged frame that holds several frames back
-/// to back, or one that uses the damaged frame's footer.
+/// Undecidable, and taken for frames: several frames back to back, or one that ends with the
+/// damaged frame, in the payload of a damaged frame; and the start of one frame with the end of
+/// another, when a cut between them leaves just the size of the first.
 class Scanner
 {
 public:
