@@ -1,31 +1,39 @@
 #include "log_frames/checksum.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "log_frames/frame_layout.h"
 
-// Odd: a change of any bit of a word changes the lane, and stays in it.
-static constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
-
-void Checksum::add(unsigned char const* block, size_t size)
+void Checksum::add(unsigned char const* data, size_t size)
 {
-    uint64_t lanes[LANES];
-    memcpy(lanes, m_lanes, sizeof lanes);
+    if (m_restSize > 0) {
+        size_t const count = std::min(size, BLOCK - m_restSize);
+        memcpy(m_rest + m_restSize, data, count);
+        m_restSize += count;
+        data += count;
+        size -= count;
+        if (m_restSize < BLOCK)
+            return;
+        addBlocks(m_rest, 1);
+    }
+    addBlocks(data, size / BLOCK);
+    m_restSize = size % BLOCK;
+    memcpy(m_rest, data + (size - m_restSize), m_restSize);
+}
 
-    size_t at = 0;
-    for (; at + sizeof lanes <= size; at += sizeof lanes)
+void Checksum::addBlocks(unsigned char const* data, size_t count)
+{
+    for (size_t block = 0; block < count; ++block, data += BLOCK)
         for (size_t lane = 0; lane < LANES; ++lane) {
-            uint64_t const mixed =
-                (lanes[lane] ^ loadWord<uint64_t>(block + at + lane * sizeof(uint64_t))) * FACTOR;
-            lanes[lane] = mixed ^ mixed >> 32;
+            m_sums[lane] += loadWord<uint64_t>(data + lane * sizeof(uint64_t));
+            m_sumsOfSums[lane] += m_sums[lane];
         }
-    for (; at < size; ++at)
-        lanes[0] = (lanes[0] ^ block[at]) * FACTOR;
-    lanes[1] = (lanes[1] ^ size) * FACTOR;
-    memcpy(m_lanes, lanes, sizeof lanes);
 }
 
 bool Checksum::operator==(Checksum const& other) const
 {
-    return memcmp(m_lanes, other.m_lanes, sizeof m_lanes) == 0;
+    return memcmp(m_sums, other.m_sums, sizeof m_sums) == 0 &&
+           memcmp(m_sumsOfSums, other.m_sumsOfSums, sizeof m_sumsOfSums) == 0 &&
+           m_restSize == other.m_restSize && memcmp(m_rest, other.m_rest, m_restSize) == 0;
 }

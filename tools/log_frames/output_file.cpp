@@ -4,18 +4,20 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "log_frames/file_error.h"
+#include "log_frames/read_back.h"
 #include "log_frames/unfinished_files.h"
 
 static_assert(sizeof(off_t) == 8, "logs grow past 2 GiB, also on 32-bit machines");
 
-// The file is written, summed up and read back in blocks of this size.
-static constexpr size_t BLOCK_SIZE = size_t{256} << 10;
+// What comes in small pieces is written in one of about this size.
+static constexpr size_t BUFFER_SIZE = size_t{128} << 10;
 
 // So much is sent on its way to the disk while the rest is still made: the wait at the end is
 // short.
@@ -61,13 +63,15 @@ OutputFile::OutputFile(std::string const& name, eExisting existing)
         if (m_fd == -1 && (errno != EEXIST || attempt == 1000))
             throw FileError::ofErrno("write", m_name);
     }
-    m_buffer.reserve(BLOCK_SIZE);
+    m_readBack = std::make_unique<ReadBack>(m_fd);
+    m_buffer.reserve(BUFFER_SIZE);
 }
 
 OutputFile::~OutputFile()
 {
     if (m_fd == -1)
         return;
+    m_readBack.reset();
     ::close(m_fd);
     unlink(m_temporary->name().c_str());
 }
@@ -75,27 +79,34 @@ OutputFile::~OutputFile()
 void OutputFile::write(unsigned char const* data, size_t size)
 {
     m_size += size;
-    while (size > 0) {
-        size_t const count = std::min(size, BLOCK_SIZE - m_buffer.size());
-        m_buffer.insert(m_buffer.end(), data, data + count);
-        data += count;
-        size -= count;
-        if (m_buffer.size() == BLOCK_SIZE)
-            flush();
-    }
+    if (m_buffer.size() + size > BUFFER_SIZE)
+        flush();
+    if (size > BUFFER_SIZE / 2)
+        writeThrough(data, size);
+    else
+        m_buffer.insert(m_buffer.end(), data, data + size);
 }
 
 void OutputFile::flush()
 {
-    m_written.add(m_buffer.data(), m_buffer.size());
-    writeAll(m_buffer.data(), m_buffer.size());
+    writeThrough(m_buffer.data(), m_buffer.size());
     m_buffer.clear();
+}
 
-    if (m_size - m_startedUpTo < START_WRITING_AT)
+void OutputFile::writeThrough(unsigned char const* data, size_t size)
+{
+    if (size == 0)
+        return;
+    m_checksum.add(data, size);
+    writeAll(data, size);
+    m_writtenThrough += size;
+    m_readBack->written(m_writtenThrough);
+
+    if (m_writtenThrough - m_startedUpTo < START_WRITING_AT)
         return;
     sync_file_range(m_fd, static_cast<off_t>(m_startedUpTo),
-                    static_cast<off_t>(m_size - m_startedUpTo), SYNC_FILE_RANGE_WRITE);
-    m_startedUpTo = m_size;
+                    static_cast<off_t>(m_writtenThrough - m_startedUpTo), SYNC_FILE_RANGE_WRITE);
+    m_startedUpTo = m_writtenThrough;
 }
 
 void OutputFile::writeAll(unsigned char const* data, size_t size)
@@ -114,37 +125,21 @@ void OutputFile::writeAll(unsigned char const* data, size_t size)
 void OutputFile::publish()
 {
     flush();
-    readBack(); // while the disk is still at work
     if (fsync(m_fd) == -1)
         throw FileError::ofErrno("write", m_name);
+    compare();
     rename();
 }
 
-void OutputFile::readBack()
+void OutputFile::compare()
 {
-    Checksum read;
-    uint64_t at = 0;
-    size_t filled = 0;
-
-    m_buffer.resize(BLOCK_SIZE);
-    for (;;) {
-        ssize_t const count =
-            pread(m_fd, m_buffer.data() + filled, BLOCK_SIZE - filled, static_cast<off_t>(at));
-        if (count == -1 && errno == EINTR)
-            continue;
-        if (count == -1)
-            throw FileError::ofErrno("read back", m_name);
-        at += static_cast<size_t>(count);
-        filled += static_cast<size_t>(count);
-        if (count != 0 && filled < BLOCK_SIZE)
-            continue;
-        read.add(m_buffer.data(), filled);
-        filled = 0;
-        if (count == 0)
-            break;
+    try {
+        if (m_readBack->finish() == m_checksum)
+            return;
+    } catch (std::system_error const& error) {
+        throw FileError("cannot read back " + m_name + ": " + error.code().message());
     }
-    if (at != m_size || read != m_written)
-        throw FileError("cannot write " + m_name + ": other bytes were read back");
+    throw FileError("cannot write " + m_name + ": other bytes were read back");
 }
 
 void OutputFile::rename()
@@ -163,6 +158,7 @@ void OutputFile::rename()
     if (m_existing == eExisting::Replace && ::rename(temporary, m_name.c_str()) == -1)
         throw FileError::ofErrno("write", m_name);
 
+    m_readBack.reset();
     ::close(m_fd);
     m_fd = -1;
     m_temporary.reset();

@@ -10,6 +10,7 @@
 #include "log_frames/checksum.h"
 #include "log_frames/frame.h"
 
+class ReadBack;
 class UnfinishedFile;
 
 /// What to do when there is a file of the output's name.
@@ -36,7 +37,8 @@ public:
     void write(FrameRange const& frames) { write(frames.bytes(), frames.size()); }
     void write(Frame frame) { write(frame.bytes(), frame.size()); }
 
-    /// Ends the file: writes it to the disk, reads it back, compares, gives it its name.
+    /// Ends the file: waits until it is on the disk, compares what was read back with what was
+    /// written, gives it its name.
     void publish();
 
     uint64_t size() const { return m_size; } // in bytes, so far
@@ -44,18 +46,21 @@ public:
 
 private:
     void flush();
+    void writeThrough(unsigned char const* data, size_t size);
     void writeAll(unsigned char const* data, size_t size);
-    void readBack();
+    void compare();
     void rename();
 
     std::string m_name;
     eExisting m_existing;
     std::unique_ptr<UnfinishedFile> m_temporary;
     int m_fd = -1;
-    std::vector<unsigned char> m_buffer;
+    std::unique_ptr<ReadBack> m_readBack; // of m_fd
+    std::vector<unsigned char> m_buffer;  // of what comes in small pieces
     uint64_t m_size = 0;
-    uint64_t m_startedUpTo = 0; // of the file's bytes: on their way to the disk
-    Checksum m_written;
+    uint64_t m_writtenThrough = 0; // of m_size, the others are in the buffer
+    uint64_t m_startedUpTo = 0;    // of these, on their way to the disk
+    Checksum m_checksum;
 };
 
 #endif

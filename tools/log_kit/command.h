@@ -24,6 +24,7 @@ struct Command
 };
 
 extern Command const CHECK_COMMAND;
+extern Command const RECOVER_COMMAND;
 
 /// Runs the work for each file. A file that cannot be read or written is reported, and the others
 /// go on.
