@@ -23,6 +23,7 @@ struct Command
     Action (*addTo)(CLI::App& app);
 };
 
+extern Command const INFO_COMMAND;
 extern Command const CHECK_COMMAND;
 extern Command const RECOVER_COMMAND;
 

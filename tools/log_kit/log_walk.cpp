@@ -85,10 +85,10 @@ LogTotals walkLog(InputFile& input, Progress& progress,
         auto const* const stretch = std::get_if<Stretch>(&*event);
         totals.endsWithFrame = stretch;
         if (stretch) {
-            totals.frames += stretch->count;
+            regions.add(*stretch);
             if (onStretch)
                 onStretch(*stretch);
-            regions.add(*stretch);
+            totals.frames += stretch->count;
         } else {
             regions.add(std::get<Damage>(*event));
         }

@@ -39,9 +39,8 @@ struct LogTotals
     bool isClean() const { return regions == 0; }
 };
 
-/// Reads the log from start to end. Calls `onStretch` for frames and `onRegion` for damage in the
-/// order of the file, except that a region comes after the stretch that follows it: only that tells
-/// its ticksAfter. Either may be empty. Throws FileError.
+/// Reads the log from start to end. Calls `onStretch` for frames and `onRegion` for damage, in the
+/// order of the file. Either may be empty. Throws FileError.
 LogTotals walkLog(InputFile& input, Progress& progress,
                   std::function<void(Stretch const&)> const& onStretch,
                   std::function<void(DamagedRegion const&)> const& onRegion);

@@ -7,7 +7,11 @@
 #include "log_frames/unfinished_files.h"
 #include "log_kit/command.h"
 
-static constexpr Command const* COMMANDS[] = {&CHECK_COMMAND, &RECOVER_COMMAND};
+static constexpr Command const* COMMANDS[] = {
+    &INFO_COMMAND,
+    &CHECK_COMMAND,
+    &RECOVER_COMMAND,
+};
 
 static char const* const FOOTER = "Exit status: 0 good, 1 failed or nothing readable, 2 wrong "
                                   "usage, 3 done but a log is damaged or below a threshold.\n"

@@ -21,7 +21,7 @@ int64_t TimeLine::addUnusual(uint32_t ticks)
     if (wasAfterLeap && !goesOn && sinceLeap >= -BACK_LIMIT && sinceLeap <= ORDINARY_STEP) {
         if (step < 0)
             setJump(eJump::Back, ticks);
-        m_hasReturned = step > 0;
+        m_hasReturned = true;
         m_latest = m_latestBeforeLeap;
         return moveTo(m_timeBeforeLeap + sinceLeap, ticks);
     }

@@ -44,7 +44,7 @@ public:
     {
         uint32_t const ticks = frame.ticks();
         if (ticks == 0 && frame.holds<GnssData>()) {
-            m_hasJumped = false;
+            m_hasJumped = m_hasReturned = false;
             return m_time;
         }
         return add(ticks);
@@ -55,7 +55,7 @@ public:
         int64_t const step = int64_t{ticks} - int64_t{m_ticks};
         if (step < 0 || step > ORDINARY_STEP || m_isAfterLeap || !m_hasStarted)
             return addUnusual(ticks);
-        m_hasJumped = false;
+        m_hasJumped = m_hasReturned = false;
         m_ticks = ticks;
         m_time += step;
         m_latest = std::max(m_latest, m_time);
@@ -68,9 +68,13 @@ public:
         return m_hasJumped ? std::optional<Jump>(m_jump) : std::nullopt;
     }
 
-    /// Whether the record before the last one was a single stamp far off, not the restart as which
-    /// its jump was told.
-    bool wasStrayBefore() const { return m_hasReturned; }
+    /// Whether the last record is far from the one before it, by a leap ahead or a restart. Only
+    /// the next record tells whether its stamp is a single one.
+    bool isLeap() const { return m_isAfterLeap; }
+
+    /// Whether the record before the last one turned out to be such a single stamp: its time and
+    /// its jump, if it had one, mean nothing. To ask right after add().
+    bool wasStray() const { return m_hasReturned; }
 
     bool hasStarted() const { return m_hasStarted; }
     int64_t first() const { return m_first; }   // time of the first record with a stamp

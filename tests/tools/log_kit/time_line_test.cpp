@@ -83,7 +83,7 @@ TEST(TimeLine, goesOnAfterASingleStampFarBack)
     timeLine.add(10);
     EXPECT_EQ(eJump::Restart, timeLine.jump()->kind);
     timeLine.add(5000020);
-    EXPECT_TRUE(timeLine.wasStrayBefore());
+    EXPECT_TRUE(timeLine.wasStray());
     EXPECT_EQ(5000020, timeLine.latest());
 }
 
