@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <memory>
 #include <system_error>
-#include <vector>
 
 #include <unistd.h>
 
@@ -55,13 +55,13 @@ void ReadBack::stop()
 
 void ReadBack::run()
 {
-    std::vector<unsigned char> buffer(BUFFER_SIZE);
+    std::unique_ptr<unsigned char[]> const buffer(new unsigned char[BUFFER_SIZE]);
     for (;;) {
         std::unique_lock lock(m_mutex);
         m_changed.wait(lock, [this] { return m_isEnding || m_written > m_read; });
         uint64_t const written = m_written;
         lock.unlock();
-        if (written == m_read || !readUpTo(written, buffer.data()))
+        if (written == m_read || !readUpTo(written, buffer.get()))
             return;
     }
 }

@@ -239,7 +239,7 @@ static size_t bestCandidate(View view, size_t first, uint64_t boundary)
     return best;
 }
 
-Scanner::Scanner(ByteSource& source) : m_source(source), m_buffer(BUFFER_SIZE) {}
+Scanner::Scanner(ByteSource& source) : m_source(source), m_buffer(new unsigned char[BUFFER_SIZE]) {}
 
 void Scanner::skip(size_t count)
 {
@@ -249,12 +249,12 @@ void Scanner::skip(size_t count)
 
 void Scanner::fill()
 {
-    memmove(m_buffer.data(), at(), available());
+    memmove(m_buffer.get(), at(), available());
     m_end = available();
     m_begin = 0;
     // A pipe gives little at a time; that is taken as soon as it is enough for any decision.
     while (!m_isAtEnd && m_end < LOOK_AHEAD) {
-        size_t const count = m_source.read(m_buffer.data() + m_end, m_buffer.size() - m_end);
+        size_t const count = m_source.read(m_buffer.get() + m_end, BUFFER_SIZE - m_end);
         m_end += count;
         m_isAtEnd = count == 0;
     }
@@ -274,7 +274,7 @@ std::optional<Scanner::Event> Scanner::next()
 std::optional<Stretch> Scanner::takeFrames()
 {
     unsigned char const* const begin = at();
-    unsigned char const* const end = m_buffer.data() + m_end;
+    unsigned char const* const end = m_buffer.get() + m_end;
     unsigned char const* p = begin;
     unsigned char const* last = begin;
     uint64_t count = 0;

@@ -3,9 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <variant>
-#include <vector>
 
 #include "log_frames/byte_source.h"
 #include "log_frames/frame.h"
@@ -82,7 +82,7 @@ public:
     uint64_t offset() const { return m_offset; }
 
 private:
-    unsigned char const* at() const { return m_buffer.data() + m_begin; }
+    unsigned char const* at() const { return m_buffer.get() + m_begin; }
     size_t available() const { return m_end - m_begin; }
     void skip(size_t count);
     void fill();
@@ -92,7 +92,7 @@ private:
     bool skipWithinBuffer(uint64_t placeEnd);
 
     ByteSource& m_source;
-    std::vector<unsigned char> m_buffer;
+    std::unique_ptr<unsigned char[]> m_buffer;
     size_t m_begin = 0;
     size_t m_end = 0;
     uint64_t m_offset = 0; // of m_begin in the source

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "log_frames/file_error.h"
 #include "log_kit/check.h"
 #include "log_kit/command.h"
 #include "log_kit/json.h"
@@ -53,16 +54,23 @@ static eStatus checkAsJson(std::string const& file, TerminalProgress& progress)
             fmt::print("{{\"file\":{},\"damages\":[", dumped(Json(file)));
         isStarted = true;
     };
-    LogTotals const totals = check({file}, progress, [&](DamagedRegion const& region) {
+    auto const onRegion = [&](DamagedRegion const& region) {
         start();
         progress.clear();
         fmt::print("{}{}", separator, dumped(jsonOf(region)));
         separator = ",";
-    });
-    start();
-    fmt::print("],\"bytes\":{},\"frames\":{},\"clean\":{}}}\n", totals.bytes, totals.frames,
-               totals.isClean());
-    return statusOf(totals);
+    };
+    try {
+        LogTotals const totals = check({file}, progress, onRegion);
+        start();
+        fmt::print("],\"bytes\":{},\"frames\":{},\"clean\":{}}}\n", totals.bytes, totals.frames,
+                   totals.isClean());
+        return statusOf(totals);
+    } catch (FileError const&) {
+        if (isStarted) // what was begun must stay an object
+            fmt::print("],\"bytes\":null,\"frames\":null,\"clean\":null}}\n");
+        throw;
+    }
 }
 
 static Command::Action add(CLI::App& app)

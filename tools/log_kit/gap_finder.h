@@ -59,7 +59,7 @@ public:
     std::vector<Gap> gaps(PerType<double> const& longerThan) const;
 
 private:
-    static constexpr size_t LONGEST_COUNTED = 100000; // ms
+    static constexpr size_t LONGEST_COUNTED = 20000; // ms
 
     struct Series
     {

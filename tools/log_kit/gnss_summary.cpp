@@ -5,6 +5,8 @@
 #include "log_kit/plausibility.h"
 #include "log_kit/utc_clock.h"
 
+static constexpr uint32_t MM_PER_CM = 10;
+
 static size_t fixOf(GnssPvt const& pvt)
 {
     return pvt.fixType >= 0 && pvt.fixType < 5 ? static_cast<size_t>(pvt.fixType) : FIX_COUNT - 1;
@@ -52,8 +54,8 @@ void GnssSummary::addPosition(GnssPvt const& pvt)
     m_box->west = std::min(m_box->west, longitude);
     m_box->north = std::max(m_box->north, latitude);
     m_box->east = std::max(m_box->east, longitude);
-    m_horizontalAccuracy.add(pvt.horizontalAccuracy);
-    m_verticalAccuracy.add(pvt.verticalAccuracy);
+    m_horizontalAccuracy.add(pvt.horizontalAccuracy / MM_PER_CM);
+    m_verticalAccuracy.add(pvt.verticalAccuracy / MM_PER_CM);
 }
 
 std::optional<double> GnssSummary::fixShare(size_t fix) const

@@ -46,8 +46,8 @@ public:
     // Of sections with a position that can be. The box does not know the date line.
     std::optional<BoundingBox> const& box() const { return m_box; }
     std::optional<Position> const& lastPosition() const { return m_lastPosition; }
-    Histogram const& horizontalAccuracy() const { return m_horizontalAccuracy; } // mm
-    Histogram const& verticalAccuracy() const { return m_verticalAccuracy; }     // mm
+    Histogram const& horizontalAccuracy() const { return m_horizontalAccuracy; } // cm
+    Histogram const& verticalAccuracy() const { return m_verticalAccuracy; }     // cm
 
     // s since 1970, of the first and the last section with UTC
     std::optional<int32_t> utcStart() const { return m_utcStart; }
@@ -70,8 +70,8 @@ private:
     PerType<Series> m_series = {};
     std::array<int64_t, FIX_COUNT> m_fixTimes = {}; // ms, without the last sections
     Histogram m_satellites{255};
-    Histogram m_horizontalAccuracy{100000};
-    Histogram m_verticalAccuracy{100000};
+    Histogram m_horizontalAccuracy{10000};
+    Histogram m_verticalAccuracy{10000};
     std::optional<BoundingBox> m_box;
     std::optional<Position> m_lastPosition;
     std::optional<int32_t> m_utcStart;

@@ -113,8 +113,8 @@ static std::string fixesText(GnssSummary const& gnss)
 
 static std::string accuracyText(Histogram const& accuracy)
 {
-    return fmt::format("{:.2f} m (worst {:.2f} m)", *accuracy.median() / 1e3,
-                       static_cast<double>(*accuracy.max()) / 1e3);
+    return fmt::format("{:.2f} m (worst {:.2f} m)", *accuracy.median() / 1e2,
+                       static_cast<double>(*accuracy.max()) / 1e2);
 }
 
 static void addGnss(std::string& text, Info const& info)
