@@ -98,6 +98,34 @@ def logs(real, stream):
     return seeds
 
 
+def damaged_logs(seeds):
+    """What a scanner meets beyond a reader's end: frames within frames, cuts, disorder."""
+    generic = codec.frame(codec.GenericData(7, 1, 2))
+    outer = codec.frame(GnssData(**{"pvt.ticks": 5}))
+    around = outer[:40] + generic + outer[64:]
+    ends_with = outer[:84] + generic
+    times = [0xFFFFFFF0, 4, 1, 900000, 10, 3000000000, 20, 0]
+    return {
+        **seeds,
+        "frame_in_a_payload": around + generic,
+        "frame_in_a_damaged_payload": b"\x07" + around[1:] + generic * 2,
+        "frame_in_a_payload_without_footer": around[:-1] + b"\x07" + generic * 2,
+        "frame_that_cuts_off_another": generic + ends_with + generic,
+        "garbage_between": generic + bytes(range(200)) + generic * 2,
+        "headers_only": generic[:8] * 60,
+        "counter_jumps": b"".join(codec.frame(codec.GenericData(t)) for t in times),
+        "positions": b"".join(
+            codec.frame(
+                codec.GnssPvt(
+                    ticks=1000 * i, fixType=i - 1, utcTime=i << 28, latitude=i << 28,
+                    satelliteCount=i << 6, groundSpeed=i << 19,
+                )
+            )
+            for i in range(8)
+        ),
+    }
+
+
 def greetings():
     def event(letter, data):
         return letter + bytes([len(data)]) + data
@@ -222,6 +250,8 @@ def main():
     corpora = {
         "packet": packets(real),
         "log": logs(real, stream),
+        "frames": damaged_logs(logs(real, stream)),
+        "log_kit": damaged_logs(logs(real, stream)),
         "greeting": greetings(),
         "mem_display": dumps(),
         "console": printings(),

@@ -5,10 +5,10 @@
 #include <string>
 #include <utility>
 
-#include "log_frames/byte_source.h"
+#include "log_frames/i_byte_source.h"
 
 /// Bytes in memory, given out so many at a time.
-class MemorySource : public ByteSource
+class MemorySource : public IByteSource
 {
 public:
     explicit MemorySource(std::string bytes, size_t atATime = SIZE_MAX)

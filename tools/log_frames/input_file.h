@@ -5,11 +5,11 @@
 #include <optional>
 #include <string>
 
-#include "log_frames/byte_source.h"
+#include "log_frames/i_byte_source.h"
 
 /// A file, a pipe or standard input, read once from start to end; never written. Files are read,
 /// not mapped, so that one which shrinks meanwhile gives an error and not a signal.
-class InputFile : public ByteSource
+class InputFile : public IByteSource
 {
 public:
     /// Opens the file; "-" is standard input. Throws FileError.

@@ -7,8 +7,8 @@
 #include <optional>
 #include <variant>
 
-#include "log_frames/byte_source.h"
 #include "log_frames/frame.h"
+#include "log_frames/i_byte_source.h"
 
 /// Intact frames back to back: as many as lie in the scanner's buffer.
 struct Stretch
@@ -73,7 +73,7 @@ public:
     using Event = std::variant<Stretch, Damage>;
 
     /// Reads from `source`, which must outlive this, in the order of its bytes.
-    explicit Scanner(ByteSource& source);
+    explicit Scanner(IByteSource& source);
 
     /// The next stretch or damage, nothing at the end of the source. Throws what the source throws.
     std::optional<Event> next();
@@ -91,7 +91,7 @@ private:
     void skipToNextFrame(uint64_t placeEnd);
     bool skipWithinBuffer(uint64_t placeEnd);
 
-    ByteSource& m_source;
+    IByteSource& m_source;
     std::unique_ptr<unsigned char[]> m_buffer;
     size_t m_begin = 0;
     size_t m_end = 0;
