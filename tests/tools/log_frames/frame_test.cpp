@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "golden.h"
 #include "log_frames/frame_writer.h"
 #include "sample_records.h"
 
@@ -23,6 +24,15 @@ TYPED_TEST(FrameTest, givesTheRecord)
 TYPED_TEST(FrameTest, isEncodedToTheBytesInTheLog)
 {
     EXPECT_EQ(Sample<TypeParam>::FRAME, encodeFrame(Sample<TypeParam>::RECORD));
+}
+
+TEST(Frame, ofEachTypeIsTheReferenceFile)
+{
+    EXPECT_EQ(toBytes(Sample<ImuData>::FRAME), readGolden("imu_data.frame.hex").bytes);
+    EXPECT_EQ(toBytes(Sample<GnssData>::FRAME), readGolden("gnss_data.frame.hex").bytes);
+    EXPECT_EQ(toBytes(Sample<GnssPvt>::FRAME), readGolden("gnss_pvt.frame.hex").bytes);
+    EXPECT_EQ(toBytes(Sample<AttitudeData>::FRAME), readGolden("attitude_data.frame.hex").bytes);
+    EXPECT_EQ(toBytes(Sample<GenericData>::FRAME), readGolden("generic_data.frame.hex").bytes);
 }
 
 TEST(Frame, givesFlagsThatAreValid)

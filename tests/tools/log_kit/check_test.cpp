@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "generated_log.h"
+#include "golden.h"
+#include "log_kit/json.h"
 #include "log_kit/text.h"
 #include "temp_dir.h"
 
@@ -37,6 +39,20 @@ TEST(Check, namesWhereADamageIsAndWhatItIs)
     EXPECT_EQ("offset 24, 24 bytes: footer: expected d0 c0 b0 a0, found 01 02 03 04; "
               "between ticks 1000 and 1020 (0.02 s); at most 1 record",
               regionText(regions[0]));
+}
+
+TEST(Check, namesWhatTheReferenceFilesSay)
+{
+    auto const files = goldenFiles(".log.hex");
+    ASSERT_GE(files.size(), 12U);
+    for (auto const& file : files) {
+        SCOPED_TRACE(file);
+        Golden const golden = readGolden(file);
+        auto const regions = regionsOf({golden.bytes.begin(), golden.bytes.end()});
+        ASSERT_EQ(golden.expectations.size(), regions.size());
+        for (size_t i = 0; i < regions.size(); ++i)
+            EXPECT_EQ(Json::parse(golden.expectations[i]), jsonOf(regions[i]));
+    }
 }
 
 TEST(Check, takesDamageSideBySideForOneRegion)
