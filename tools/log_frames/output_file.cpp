@@ -50,15 +50,16 @@ static void checkTarget(std::string const& name, eExisting existing)
 }
 
 OutputFile::OutputFile(std::string const& name, eExisting existing)
-    : m_name(resolve(name)),
+    : m_name(name),
+      m_target(resolve(name)),
       m_existing(existing)
 {
     checkTarget(m_name, existing);
 
     // A name that nobody else takes: the process's number, and another one if a crash left that.
     for (unsigned attempt = 0; m_fd == -1; ++attempt) {
-        m_temporary = std::make_unique<UnfinishedFile>(m_name + ".part" + std::to_string(getpid()) +
-                                                       "-" + std::to_string(attempt));
+        m_temporary = std::make_unique<UnfinishedFile>(
+            m_target + ".part" + std::to_string(getpid()) + "-" + std::to_string(attempt));
         m_fd = ::open(m_temporary->name().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (m_fd == -1 && (errno != EEXIST || attempt == 1000))
             throw FileError::ofErrno("write", m_name);
@@ -148,14 +149,14 @@ void OutputFile::rename()
 
     // A link does not replace a file that has come meanwhile. Some file systems have none.
     if (m_existing == eExisting::Refuse) {
-        if (link(temporary, m_name.c_str()) == 0)
+        if (link(temporary, m_target.c_str()) == 0)
             unlink(temporary);
         else if (errno == EEXIST)
             throw existsError(m_name);
         else
             m_existing = eExisting::Replace;
     }
-    if (m_existing == eExisting::Replace && ::rename(temporary, m_name.c_str()) == -1)
+    if (m_existing == eExisting::Replace && ::rename(temporary, m_target.c_str()) == -1)
         throw FileError::ofErrno("write", m_name);
 
     m_readBack.reset();
@@ -164,7 +165,7 @@ void OutputFile::rename()
     m_temporary.reset();
 
     // The name itself must reach the disk, too.
-    std::string const folder = std::filesystem::absolute(m_name).parent_path().string();
+    std::string const folder = std::filesystem::absolute(m_target).parent_path().string();
     int const fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd == -1)
         return; // a folder that may be written but not read

@@ -51,7 +51,8 @@ private:
     void compare();
     void rename();
 
-    std::string m_name;
+    std::string m_name;   // as it was given
+    std::string m_target; // where it leads
     eExisting m_existing;
     std::unique_ptr<UnfinishedFile> m_temporary;
     int m_fd = -1;

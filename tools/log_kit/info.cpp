@@ -154,7 +154,7 @@ void Summary::addContent(Frame frame)
 
 void Summary::addPvt(size_t index, GnssPvt const& pvt)
 {
-    m_info.gnss.add(index, m_timeLine.latest(), pvt);
+    m_info.gnss.add(index, m_timeLine.time(), pvt);
     m_info.implausible += !isPositionPlausible(pvt) || !isSpeedPlausible(pvt);
 }
 

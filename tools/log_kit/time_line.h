@@ -77,6 +77,7 @@ public:
     bool wasStray() const { return m_hasReturned; }
 
     bool hasStarted() const { return m_hasStarted; }
+    int64_t time() const { return m_time; }     // of the last record
     int64_t first() const { return m_first; }   // time of the first record with a stamp
     int64_t latest() const { return m_latest; } // the latest time so far
 
