@@ -1,7 +1,7 @@
 // Loaded into a program ahead of the C library (LD_PRELOAD), for faults that loopback, the disk and
 // the limits of a process do not bring about. The environment says what to do:
 //
-//   FAULT_CALL      sendto, recvfrom, pselect, socket, bind, fcntl or malloc, this one for every
+//   FAULT_CALL      sendto, recvfrom, select, socket, bind, fcntl or malloc, this one for every
 //                   allocation there is
 //   FAULT_FIRST     the first call that fails, from 1
 //   FAULT_COUNT     how many fail from there on
@@ -89,11 +89,9 @@ ssize_t recvfrom(int fd, void* data, size_t len, int flags, sockaddr* from, sock
                              : next("recvfrom", &recvfrom)(fd, data, len, flags, from, fromLen);
 }
 
-int pselect(int count, fd_set* read, fd_set* write, fd_set* except, timespec const* limit,
-            sigset_t const* mask)
+int select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* limit)
 {
-    return fails("pselect") ? -1
-                            : next("pselect", &pselect)(count, read, write, except, limit, mask);
+    return fails("select") ? -1 : next("select", &select)(count, read, write, except, limit);
 }
 
 int socket(int domain, int type, int protocol) noexcept

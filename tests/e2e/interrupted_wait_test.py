@@ -53,7 +53,7 @@ class InterruptedReplayTest(ReplayTest):
 
 class FailingWaitTest(RecordingTest):
     def test_ends_the_recording_with_a_whole_log(self):
-        recording = self.record(wrapper=failing("pselect", errno.EBADF, first=20))
+        recording = self.record(wrapper=failing("select", errno.EBADF, first=20))
         recording.program.pause()
         for number in range(30):
             recording.send(datagram(GenericData(number)), b"")  # an empty one ends a pass

@@ -29,7 +29,7 @@ def send_failed(error, text):
 
 
 def hello_failed(text):
-    return f"timeout: {text}send hello"
+    return f"{text}timeout: send hello"
 
 
 SEND_ERRORS = [
@@ -46,7 +46,7 @@ RECEIVE_ERRORS = (errno.EIO, errno.ENOMEM, errno.ECONNREFUSED)
 # What an opening that fails prints.
 OPEN_FAILED = {
     "no descriptor left": (
-        ("prlimit", "--nofile=4"),  # the log has the last one
+        ("prlimit", "--nofile=5"),  # the output, opened again, and the log have the last ones
         f"{TIME}   ERROR: open: socket create failed errno 24",
     ),
     "no socket": (
