@@ -2,17 +2,16 @@
 //
 //   stepper REPORT COUNT[@OFFSET+SIZE,...] COMMAND...
 //
-// It steps through COMMAND instruction by instruction from where that first blocks SIGINT. At the
+// It steps through COMMAND instruction by instruction from where that first catches SIGINT. At the
 // COUNTth instruction, or, as the program may never come so far, when it waits a second after the
-// first one, it sends SIGINT and lets the program go on alone. Only the instructions of the given
-// parts of the executable count, if any is given, by their offset from its start in memory. With a
-// COUNT of 0 it steps to the end. REPORT gets a line each:
+// first one, it sends SIGINT, looks on until the handler returns and lets the program go on alone.
+// Only the instructions of the given parts of the executable count, if any is given, by their
+// offset from its start in memory. With a COUNT of 0 somebody else sends SIGINT. REPORT gets a line
+// each:
 //
 //   steps N       instructions that counted
-//   before N      those of them before SIGINT came
-//   unblocked N   those of them, of which with a COUNT only the last is looked at, before which
-//                 SIGINT was not blocked
 //   struck X      what was to be executed when SIGINT came, an offset if in the executable
+//   calls NAME... the system calls of the handler, the return from it included
 //
 // The command keeps this process. The one that looks on is a child, which has the command's output
 // open until the report is written.
@@ -30,6 +29,7 @@
 #include <elf.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/uio.h>
 #include <sys/user.h>
@@ -58,11 +58,36 @@ static long trace(int request, pid_t pid, uintptr_t address, uintptr_t data)
     return result;
 }
 
-static bool isInterruptBlocked(pid_t pid)
+static bool isInterruptCaught(pid_t pid)
 {
-    uint64_t mask = 0; // the kernel's, not a sigset_t
-    trace(PTRACE_GETSIGMASK, pid, sizeof mask, reinterpret_cast<uintptr_t>(&mask));
-    return (mask & uint64_t{1} << (SIGINT - 1)) != 0;
+    FILE* const status = fopen(("/proc/" + std::to_string(pid) + "/status").c_str(), "r");
+    if (!status)
+        fail("status");
+
+    uint64_t caught = 0;
+    char line[256];
+    while (fgets(line, sizeof line, status)) {
+        if (strncmp(line, "SigCgt:", 7) == 0)
+            caught = strtoull(line + 7, nullptr, 16);
+    }
+    fclose(status);
+    return (caught & uint64_t{1} << (SIGINT - 1)) != 0;
+}
+
+static std::string systemCallName(uint64_t number)
+{
+    switch (number) {
+    case SYS_rt_sigaction:
+        return "rt_sigaction";
+    case SYS_rt_sigreturn:
+        return "rt_sigreturn";
+    case SYS_setitimer:
+        return "setitimer";
+    case SYS_clock_gettime: // where the kernel maps no clock into the process
+        return "clock_gettime";
+    default:
+        return std::to_string(number);
+    }
 }
 
 static uint64_t programCounter(pid_t pid)
@@ -141,34 +166,44 @@ public:
 
     void run()
     {
-        runToTheBlock();
+        runToTheCatch();
         m_executable = executable(m_pid);
         if (m_count != 0)
             startAlarm();
 
-        while (!m_ended) {
-            uint64_t const counter = m_parts.empty() ? 0 : programCounter(m_pid);
-            if (counts(counter)) {
-                ++m_steps;
-                m_before += m_interrupted ? 0 : 1;
-            }
-            if (m_count == 0)
-                countIfUnblocked();
-            else if (m_steps == m_count)
-                return strike();
+        while (!m_ended && m_signal != SIGINT) {
+            m_counter = programCounter(m_pid);
+            if (counts(m_counter) && ++m_steps == m_count)
+                kill(m_pid, SIGINT);
             resume(PTRACE_SINGLESTEP);
-            if (m_count != 0 && m_interrupted)
-                return letGo();
         }
-        writeReport(0);
+        watchHandler();
+        writeReport();
+        if (!m_ended)
+            trace(PTRACE_DETACH, m_pid, 0, m_signal);
     }
 
 private:
     // From system call to system call, which is fast: the dynamic linker takes millions of steps.
-    void runToTheBlock()
+    void runToTheCatch()
     {
-        while (!m_ended && !isInterruptBlocked(m_pid))
+        while (!m_ended && !isInterruptCaught(m_pid))
             resume(PTRACE_SYSCALL);
+    }
+
+    // From the delivery of SIGINT to the handler's return.
+    void watchHandler()
+    {
+        bool hasReturned = false;
+        while (!m_ended && !hasReturned) {
+            resume(PTRACE_SYSCALL);
+            __ptrace_syscall_info call = {};
+            trace(PTRACE_GET_SYSCALL_INFO, m_pid, sizeof call, reinterpret_cast<uintptr_t>(&call));
+            if (call.op != PTRACE_SYSCALL_INFO_ENTRY)
+                continue;
+            m_calls += " " + systemCallName(call.entry.nr);
+            hasReturned = call.entry.nr == SYS_rt_sigreturn;
+        }
     }
 
     // To the next stop. A signal that comes in between is handed on.
@@ -185,26 +220,6 @@ private:
         bool const stopsOfItsOwn =
             !m_ended && (status >> 8 & 0x80 || status >> 16 != 0 || WSTOPSIG(status) == SIGTRAP);
         m_signal = m_ended || stopsOfItsOwn ? 0 : static_cast<uintptr_t>(WSTOPSIG(status));
-        m_interrupted = m_interrupted || m_signal == SIGINT;
-    }
-
-    void strike()
-    {
-        countIfUnblocked();
-        kill(m_pid, SIGINT);
-        letGo();
-    }
-
-    void letGo()
-    {
-        writeReport(programCounter(m_pid));
-        trace(PTRACE_DETACH, m_pid, 0, m_signal);
-    }
-
-    void countIfUnblocked()
-    {
-        if (!isInterruptBlocked(m_pid))
-            ++m_unblocked;
     }
 
     bool counts(uint64_t counter) const
@@ -218,16 +233,15 @@ private:
         return false;
     }
 
-    void writeReport(uint64_t counter) const
+    void writeReport() const
     {
         FILE* const file = fopen(m_report, "w");
         if (!file)
             fail(m_report);
         fprintf(file, "steps %llu\n", static_cast<unsigned long long>(m_steps));
-        fprintf(file, "before %llu\n", static_cast<unsigned long long>(m_before));
-        fprintf(file, "unblocked %llu\n", static_cast<unsigned long long>(m_unblocked));
-        uint64_t const from = contains(m_executable, counter) ? m_executable.start : 0;
-        fprintf(file, "struck %llx\n", static_cast<unsigned long long>(counter - from));
+        uint64_t const from = contains(m_executable, m_counter) ? m_executable.start : 0;
+        fprintf(file, "struck %llx\n", static_cast<unsigned long long>(m_counter - from));
+        fprintf(file, "calls%s\n", m_calls.c_str());
         if (fclose(file) != 0)
             fail(m_report);
     }
@@ -238,10 +252,9 @@ private:
     std::vector<Range> m_parts;
     Range m_executable = {};
     uint64_t m_steps = 0;
-    uint64_t m_before = 0;
-    uint64_t m_unblocked = 0;
+    uint64_t m_counter = 0; // at the latest step
+    std::string m_calls;
     uintptr_t m_signal = 0; // to be handed on
-    bool m_interrupted = false;
     bool m_ended = false;
 };
 

@@ -28,9 +28,8 @@ BOUND_AT_ONCE = "LD_BIND_NOW=1"
 SOURCE_FROM = re.compile(r"^(\S+) +\S+ +0x([0-9a-f]+)")
 LIST_WORK = {"fdloop.cpp", "fdloop_timers.cpp"}
 
-# Instructions that counted, those of them before SIGINT came, those at which it was not blocked, and
-# the one at which it came.
-Steps = namedtuple("Steps", "counted before unblocked struck")
+# How many instructions counted, the one at which SIGINT came, and its handler's system calls.
+Steps = namedtuple("Steps", "counted struck calls")
 
 
 def list_work():
@@ -60,12 +59,11 @@ class SteppedTest(ReplayTest):
         return [STEPPER, "report", str(aim), "env", BOUND_AT_ONCE, *CHECKED_MEMORY]
 
     def steps(self):
-        lines = dict(line.split() for line in self.read_file("report").decode().splitlines())
-        counts = (int(lines[name]) for name in ("steps", "before", "unblocked"))
-        return Steps(*counts, lines["struck"])
+        lines = dict(line.split(" ", 1) for line in self.read_file("report").decode().splitlines())
+        return Steps(int(lines["steps"]), lines["struck"], lines["calls"].split())
 
     def step_recording(self, aim):
-        """A recording that is interrupted at an instruction, or stepped through with an aim of 0."""
+        """A recording that is interrupted at an instruction, or at its end with an aim of 0."""
         recording = Recording(self, wrapper=self.wrapper(aim))
         taken = 0
         if recording.connect():
@@ -81,16 +79,17 @@ class SteppedTest(ReplayTest):
         return self.steps()
 
     def wait_until_taken(self, recording):
-        """How many datagrams the program has certainly taken: all, or none if it has ended."""
+        """How many datagrams the program has certainly taken: all that it had not refused by then,
+        or none if it has ended."""
         try:
-            while udp_socket(recording.program.pid).queued:
+            while (socket := udp_socket(recording.program.pid)).queued:
                 time.sleep(LOOK_S)
         except (LookupError, FileNotFoundError, PermissionError):
             return 0
-        return len(recording.sent)
+        return len(recording.sent) - socket.drops
 
     def step_replay(self, aim):
-        """A replay that is interrupted at an instruction, or stepped through with an aim of 0."""
+        """A replay that is interrupted at an instruction, or at its end with an aim of 0."""
         log = log_of([*RECORDS, RECORDS[-1].type.numbered(HOUR_MS, COUNT)])
         self.write_file("log", log)
         program = self.start(*self.wrapper(aim), *replay_command(self.device, "log"))
