@@ -115,9 +115,9 @@ class RecordArgumentsTest(RecordingTest):
         prefix = r"\d\d:\d\d:\d\d   DEBUG: "
         self.assertRegex(
             program.read_line(),
-            f"^timeout: {prefix}UdpSocket::transmit: sendto failed errno 22: "
+            f"^{prefix}UdpSocket::transmit: sendto failed errno 22: "
             + re.escape(os.strerror(22))
-            + f"{prefix}UdpCon::transmit: sendto failed errno 22send hello$",
+            + f"{prefix}UdpCon::transmit: sendto failed errno 22timeout: send hello$",
         )
         program.interrupt()
         self.assertEqual(0, program.wait())

@@ -1,26 +1,34 @@
 // Loaded into a program ahead of the C library (LD_PRELOAD), for faults that loopback, the disk and
 // the limits of a process do not bring about. The environment says what to do:
 //
-//   FAULT_CALL      sendto, recvfrom, select, socket, bind, fcntl or malloc, this one for every
-//                   allocation there is
+//   FAULT_CALL      sendto, recvfrom, select, socket, bind, fcntl, malloc, this one for every
+//                   allocation there is, or poll, which fails by telling that there is room
 //   FAULT_FIRST     the first call that fails, from 1
 //   FAULT_COUNT     how many fail from there on
-//   FAULT_ERRNO     how they fail
+//   FAULT_ERRNO     how they fail; 0 for 1000 and the number of the call, which no error has
 //   FAULT_SEEN      a file that gets a byte for every call that has failed
+//   FAULT_STALL_MS  how long the first write to the log takes, whatever signals come; it gives
+//                   FAULT_SEEN a byte when it begins
+//   FAULT_SLOW_US   how long each recvfrom takes at least
 //   FAULT_ALARM_US  a signal that interrupts whatever waits, every so many microseconds
 
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
+
+static constexpr long FIRST_NUMBER = 1000;
 
 static long variable(char const* name)
 {
@@ -51,7 +59,8 @@ static bool fails(char const* call)
     if (past < 0 || past >= variable("FAULT_COUNT"))
         return false;
     noteFailure();
-    errno = static_cast<int>(variable("FAULT_ERRNO"));
+    long const error = variable("FAULT_ERRNO");
+    errno = static_cast<int>(error != 0 ? error : FIRST_NUMBER + s_calls);
     return true;
 }
 
@@ -60,6 +69,36 @@ template <class Function>
 static Function* next(char const* name, Function* /*own*/)
 {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+static void sleepThrough(long us)
+{
+    timespec left = {us / 1000000, us % 1000000 * 1000};
+    while (nanosleep(&left, &left) != 0) {
+    }
+}
+
+static void stall()
+{
+    static bool s_over = false;
+
+    if (s_over)
+        return;
+    s_over = true;
+    noteFailure();
+    sleepThrough(variable("FAULT_STALL_MS") * 1000);
+}
+
+// A stream above a stream: the C library's own writes cannot be replaced.
+static ssize_t writeLate(void* stream, char const* data, size_t len)
+{
+    stall();
+    return write(fileno(static_cast<FILE*>(stream)), data, len);
+}
+
+static int closeLate(void* stream)
+{
+    return fclose(static_cast<FILE*>(stream));
 }
 
 static void onAlarm(int /*sig*/) {}
@@ -85,6 +124,8 @@ ssize_t sendto(int fd, void const* data, size_t len, int flags, sockaddr const* 
 
 ssize_t recvfrom(int fd, void* data, size_t len, int flags, sockaddr* from, socklen_t* fromLen)
 {
+    if (long const us = variable("FAULT_SLOW_US"))
+        sleepThrough(us);
     return fails("recvfrom") ? -1
                              : next("recvfrom", &recvfrom)(fd, data, len, flags, from, fromLen);
 }
@@ -92,6 +133,23 @@ ssize_t recvfrom(int fd, void* data, size_t len, int flags, sockaddr* from, sock
 int select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* limit)
 {
     return fails("select") ? -1 : next("select", &select)(count, read, write, except, limit);
+}
+
+FILE* fopen64(char const* name, char const* mode)
+{
+    FILE* const stream = next("fopen64", &fopen64)(name, mode);
+    if (!stream || variable("FAULT_STALL_MS") == 0)
+        return stream;
+    return fopencookie(stream, mode, {nullptr, writeLate, nullptr, closeLate});
+}
+
+// As if another program were faster and took the room.
+int poll(pollfd* watched, nfds_t count, int timeout)
+{
+    if (!fails("poll"))
+        return next("poll", &poll)(watched, count, timeout);
+    watched->revents = watched->events;
+    return 1;
 }
 
 int socket(int domain, int type, int protocol) noexcept

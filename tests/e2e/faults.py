@@ -5,6 +5,8 @@ import subprocess
 
 FAULTS = os.environ.get("FAULTS", "./libfaults.so")
 FOR_EVER = 10**9
+NUMBERED = 0  # an error whose number tells which call it was
+FIRST_NUMBER = 1000
 
 
 def preloading(**variables):
@@ -25,6 +27,16 @@ def failing(call, error, first=1, count=FOR_EVER, seen="seen"):
 def interrupting(microseconds):
     """A signal again and again."""
     return preloading(alarm_us=microseconds)
+
+
+def stalling(milliseconds):
+    """A disk on which the first write takes so long; the file `seen` tells when it has begun."""
+    return preloading(stall_ms=milliseconds, seen="seen")
+
+
+def receiving_slowly(microseconds):
+    """Every datagram takes at least so long."""
+    return preloading(slow_us=microseconds)
 
 
 def shell(commands):

@@ -18,6 +18,7 @@ DEVICE_SIM = os.environ.get("DEVICE_SIM", "device_sim")
 LOG_KIT = os.environ.get("LOG_KIT", "log_kit")
 
 TIMEOUT_S = 30  # for one event; far more than any of them takes on a busy machine
+END_S = 3  # from a signal to the end: a second is promised, a busy machine gets the rest
 TEST_TIMEOUT_S = int(os.environ.get("TEST_TIMEOUT_S", 100))
 
 # What an emulator adds when the program in it dies of a signal.
@@ -44,9 +45,10 @@ def _prepare_child():
 
 
 class Program:
-    """A running program whose standard output is a pipe."""
+    """A running program whose standard output is a pipe, read line by line here, or an output of
+    the test's."""
 
-    def __init__(self, arguments, folder):
+    def __init__(self, arguments, folder, output=None):
         self.lines = []  # read so far, without their ends
         self._output = b""
         self._errors = tempfile.TemporaryFile()
@@ -54,12 +56,13 @@ class Program:
             [os.fsencode(argument) for argument in arguments],
             cwd=folder,
             stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE,
+            stdout=subprocess.PIPE if output is None else output.program_end,
             stderr=self._errors,
             preexec_fn=_prepare_child,
         )
         self._selector = selectors.DefaultSelector()
-        self._selector.register(self._process.stdout, selectors.EVENT_READ)
+        if output is None:
+            self._selector.register(self._process.stdout, selectors.EVENT_READ)
 
     @property
     def pid(self):
@@ -71,11 +74,12 @@ class Program:
             raise TimeoutError(f"no more output after {self.lines}, {self._output}")
         return os.read(self._process.stdout.fileno(), 65536)
 
-    def read_line(self):
+    def read_line(self, deadline=None):
         """The next line, as soon as it is whole; None at the end of the output."""
-        if self._process.stdout.closed:
+        if self._process.stdout is None or self._process.stdout.closed:
             return None
-        deadline = time.monotonic() + TIMEOUT_S
+        if deadline is None:
+            deadline = time.monotonic() + TIMEOUT_S
         while b"\n" not in self._output:
             data = self._read(deadline)
             if not data:
@@ -96,6 +100,13 @@ class Program:
             pass
         return self._process.wait(TIMEOUT_S)
 
+    def wait_briefly(self):
+        """The same of a program that has been told to end."""
+        deadline = time.monotonic() + END_S
+        while self.read_line(deadline) is not None:
+            pass
+        return self._process.wait(max(0, deadline - time.monotonic()))
+
     @property
     def unfinished_line(self):
         return self._output.decode()
@@ -107,6 +118,10 @@ class Program:
 
     def is_running(self):
         return self._process.poll() is None
+
+    def is_sleeping(self):
+        with open(f"/proc/{self.pid}/stat", encoding="ascii") as stat:
+            return stat.read().rpartition(")")[2].split()[0] == "S"
 
     def signal(self, number):
         self._process.send_signal(number)
@@ -126,7 +141,8 @@ class Program:
             self._process.kill()
             self._process.wait()
         self._selector.close()
-        self._process.stdout.close()
+        if self._process.stdout is not None:
+            self._process.stdout.close()
         self._errors.close()
 
 
@@ -144,8 +160,8 @@ class ProgramTest(unittest.TestCase):
     def _on_alarm(*_):
         raise TimeoutError(f"the test takes more than {TEST_TIMEOUT_S} s")
 
-    def start(self, *arguments):
-        program = Program(arguments, self.folder)
+    def start(self, *arguments, output=None):
+        program = Program(arguments, self.folder, output)
         self.addCleanup(program.close)
         return program
 

@@ -1,7 +1,9 @@
 """log_tool in record mode, and what a test can expect of it."""
 
 import contextlib
+import ctypes
 import os
+import socket
 import time
 from collections import namedtuple
 
@@ -15,6 +17,11 @@ UNKNOWN = bytes(8)  # counted like any other datagram, but never recorded
 # The receive queue holds some 200 KiB; the kernel charges a datagram about this much.
 QUEUE_SIZE = 140000
 DATAGRAM_OVERHEAD = 1024
+LARGE_QUEUE_SIZE = 4 << 20
+
+_PIDFD_GETFD = 438  # no call of the C library yet
+_SO_RCVBUFFORCE = 33
+_libc = ctypes.CDLL(None, use_errno=True)
 
 LOOK_S = 0.0005  # between two looks at what only shows in /proc
 
@@ -24,17 +31,17 @@ INTERRUPTED = ["", "CTRL-C Pressed"]
 NOTHING = r"(?!)"  # a pattern that matches no line
 
 
-# The local port, how many datagrams found no room, and how many bytes wait.
-UdpSocket = namedtuple("UdpSocket", "port drops queued")
+# The local port, how many datagrams found no room, how many bytes wait, and the descriptor.
+UdpSocket = namedtuple("UdpSocket", "port drops queued fd")
 
 
 def _open_files(pid):
     """What the process's descriptors are. One that is closed meanwhile is left out."""
     links = f"/proc/{pid}/fd"
-    files = set()
+    files = {}
     for fd in os.listdir(links):
         with contextlib.suppress(FileNotFoundError):
-            files.add(os.readlink(f"{links}/{fd}"))
+            files[os.readlink(f"{links}/{fd}")] = int(fd)
     return files
 
 
@@ -44,24 +51,45 @@ def udp_socket(pid):
     with open(f"/proc/{pid}/net/udp", encoding="ascii") as table:
         for line in table.readlines()[1:]:
             fields = line.split()
-            if f"socket:[{fields[9]}]" in files:
+            name = f"socket:[{fields[9]}]"
+            if name in files:
                 port, queued = (int(fields[i].split(":")[1], 16) for i in (1, 4))
                 if port != 0:  # else it is on its way in or out
-                    return UdpSocket(port, int(fields[12]), queued)
+                    return UdpSocket(port, int(fields[12]), queued, files[name])
     raise LookupError("no UDP socket")
+
+
+def enlarge_queue(pid):
+    """Gives the process's UDP socket a large receive queue, as an administrator may give it to
+    every program. Tells whether that is possible."""
+    process = os.pidfd_open(pid)
+    try:
+        fd = _libc.syscall(_PIDFD_GETFD, process, udp_socket(pid).fd, 0)
+    finally:
+        os.close(process)
+    if fd < 0:
+        return False
+    with socket.socket(fileno=fd) as queue:
+        for option in (socket.SO_RCVBUF, _SO_RCVBUFFORCE):
+            with contextlib.suppress(PermissionError):
+                queue.setsockopt(socket.SOL_SOCKET, option, LARGE_QUEUE_SIZE // 2)  # it is doubled
+        return queue.getsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF) >= LARGE_QUEUE_SIZE
 
 
 class Recording:
     """A running log_tool that records into `log`, and the test's device. The wrapper is a command
     that becomes the program."""
 
-    def __init__(self, test, log="log", device_port=None, address="127.0.0.1", wrapper=()):
+    def __init__(
+        self, test, log="log", device_port=None, address="127.0.0.1", wrapper=(), output=None
+    ):
         self._test = test
         self.log = log
         self.device = Device()
         test.addCleanup(self.device.close)
         port = self.device.port if device_port is None else device_port
-        self.program = test.start(*wrapper, LOG_TOOL, "-a", address, "-p", str(port), log)
+        command = (*wrapper, LOG_TOOL, "-a", address, "-p", str(port), log)
+        self.program = test.start(*command, output=output)
         self.foreign = []  # datagrams sent to the program by others than the device
 
     @property
@@ -116,6 +144,13 @@ class Recording:
                 queued = 0
             self.device.send(datagram)
             queued += size
+
+    def send_unwatched(self, datagrams):
+        """Sends datagrams, no faster than the program takes them, whatever it prints."""
+        portion = QUEUE_SIZE // (DATAGRAM_OVERHEAD + 2 * max(map(len, datagrams)))
+        for at in range(0, len(datagrams), portion):
+            self.device.send(*datagrams[at : at + portion])
+            self.wait_until_taken()
 
     def synchronise(self):
         """Returns when the program has handled all that was sent, known by its packet hellos."""
@@ -175,9 +210,7 @@ class RecordingTest(ProgramTest):
         recording.synchronise()
         self.assertEqual(0, recording.lost())
         log = recording.interrupt()
-        self.assertEqual(
-            recording.handled() // HELLO_EVERY_N_PACKETS, recording.packet_hellos()
-        )
+        self.assertEqual(recording.handled() // HELLO_EVERY_N_PACKETS, recording.packet_hellos())
         self.assert_log(codec.recording(recording.sent), log)
 
     def assert_log(self, expected, log):

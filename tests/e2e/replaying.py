@@ -1,10 +1,14 @@
 """log_tool in replay mode, and what a test can expect of it."""
 
+import array
+import fcntl
 import os
+import termios
+import time
 
 from device import Device
 from program import LOG_TOOL
-from recording import RecordingTest
+from recording import LOOK_S, RecordingTest
 
 # Ends a replay in silence: the header of a frame of an unknown type.
 END_OF_PIPE = b"\x06\x01" + bytes(6)
@@ -12,6 +16,18 @@ END_OF_PIPE = b"\x06\x01" + bytes(6)
 
 def replay_command(device, log):
     return [LOG_TOOL, "-r", "-a", "127.0.0.1", "-p", str(device.port), log]
+
+
+def bytes_in(pipe):
+    count = array.array("i", [0])
+    fcntl.ioctl(pipe, termios.FIONREAD, count)
+    return count[0]
+
+
+def wait_until_read(pipe):
+    """Returns when nothing is left of what was written to a pipe."""
+    while bytes_in(pipe) > 0:
+        time.sleep(LOOK_S)
 
 
 class ReplayTest(RecordingTest):
