@@ -41,7 +41,9 @@ def free_port():
 
 def _prepare_child():
     _libc.prctl(_PR_SET_PDEATHSIG, signal.SIGKILL)  # it ends with the test
-    signal.signal(signal.SIGHUP, signal.SIG_DFL)  # also where nohup runs the test
+    # Also where nohup or a shell's background runs the test.
+    signal.signal(signal.SIGHUP, signal.SIG_DFL)
+    signal.signal(signal.SIGINT, signal.SIG_DFL)
 
 
 class Program:

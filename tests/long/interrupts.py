@@ -21,7 +21,7 @@ import time
 from proving import Report, arguments, prepared, spread
 
 from codec import datagram, frame
-from recording import INTERRUPTED, PACKET_HELLO, Recording
+from recording import INTERRUPTED, PACKET_HELLO, Recording, enlarge_queue
 from replay_test import HOUR_MS, log_of, numbered_records
 from replaying import ReplayTest
 from stepping import SteppedTest, list_work
@@ -75,8 +75,9 @@ class Stream:
         while time.monotonic() < until:
             try:
                 self._recording.take_over([])
+                enlarge_queue(self._recording.program.pid)  # the runs share the processor
                 return True
-            except (LookupError, FileNotFoundError):
+            except (LookupError, FileNotFoundError, ProcessLookupError):
                 wait_until(min(until, time.monotonic() + CONNECTED_S))
         return False
 
