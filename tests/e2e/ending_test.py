@@ -1,5 +1,6 @@
 """A signal that asks for it ends a run within a second, in any state, and nothing is lost."""
 
+import errno
 import fcntl
 import itertools
 import os
@@ -10,7 +11,7 @@ import unittest
 import codec
 import streaming
 from codec import GenericData, datagram, frame
-from faults import receiving_slowly, stalling
+from faults import failing, receiving_slowly, stalling
 from outputs import Pipe
 from program import LOG_TOOL
 from recording import (
@@ -148,6 +149,21 @@ class StuckTest(EndingTest):
                 expected = codec.recording(recording.sent)
                 self.assert_log(expected, self.read_file(recording.log))
 
+    def test_output_of_a_replay_that_nobody_reads(self):
+        self.write_file("log", LONG_LOG)
+        for number in SIGNALS:
+            with self.subTest(number.name):
+                output = Pipe(self)
+                output.get_stuck()
+                sends = f"seen{number.name}"
+                wrapper = failing("sendto", errno.EPERM, seen=sends)
+                command = replay_command(self.device, "log")
+                program = self.start(*wrapper, *command, output=output)
+                wait_for_file(self.path(sends))
+                program.signal(number)
+                self.assertEqual(0, program.wait_briefly(), program.errors)
+                self.assertLess(len(self.read_file(sends)), len(LONG_LOG) // len(RECORD))
+
     def test_replayed_log_that_gives_nothing(self):
         record = GenericData(1)
         for content, number in itertools.product(("", "half a header", "half a record"), SIGNALS):
@@ -201,23 +217,37 @@ class StuckTest(EndingTest):
 
 
 class ManySignalsTest(EndingTest):
-    def stalled(self, milliseconds):
+    def stalling_recording(self, milliseconds, log="log"):
+        seen = f"stalls {log}"
+        recording = self.with_large_queue(log=log, wrapper=stalling(milliseconds, seen))
+        return recording, self.path(seen)
+
+    def stalled_recording(self, milliseconds, log="log"):
         """A recording whose disk has just stalled, and whose queue is filled."""
-        recording = self.with_large_queue(wrapper=stalling(milliseconds))
+        recording, seen = self.stalling_recording(milliseconds, log)
         recording.device.send(*streaming.DATAGRAMS[:300])
-        wait_for_file(self.path("seen"))
+        wait_for_file(seen)
         recording.device.send(*streaming.DATAGRAMS[300:2000])
         self.assertEqual(0, recording.lost())
         return recording
 
-    def send_signals(self, program, numbers):
-        """Sends them, again and again, to the program's end, and returns how long that took."""
+    def send_signals(self, numbers, *programs):
+        """Sends them, again and again, to the end of the programs. Returns how long those took."""
         start = time.monotonic()
+        times = {}
         for number in itertools.cycle(numbers):
-            if not program.is_running():
-                return time.monotonic() - start
-            program.signal(number)
+            for program in programs:
+                if program.is_running():
+                    program.signal(number)
+                else:
+                    times.setdefault(program, time.monotonic() - start)
+            if len(times) == len(programs):
+                return times.values()
             time.sleep(BETWEEN_SIGNALS_S)
+
+    def check_whole(self, recording, number):
+        self.check_end(recording.program, number)
+        self.assert_log(codec.recording(recording.sent), self.read_file(recording.log))
 
     def test_lose_nothing(self):
         for numbers in (SIGNALS, *((number,) for number in SIGNALS)):
@@ -227,21 +257,23 @@ class ManySignalsTest(EndingTest):
                 recording.device.send(*streaming.DATAGRAMS[:3000])
                 recording.program.signal(numbers[0])
                 recording.program.resume()
-                self.send_signals(recording.program, numbers)
-                self.check_end(recording.program, numbers[0])
-                self.assert_log(codec.recording(recording.sent), self.read_file(recording.log))
+                self.send_signals(numbers, recording.program)
+                self.check_whole(recording, numbers[0])
 
     def test_lose_nothing_on_a_disk_that_stalls(self):
-        recording = self.stalled(STALL_MS)
-        self.send_signals(recording.program, SIGNALS)
-        self.check_end(recording.program, SIGNALS[0])
-        self.assert_log(codec.recording(recording.sent), self.read_file(recording.log))
+        recording = self.stalled_recording(STALL_MS)
+        self.send_signals(SIGNALS, recording.program)
+        self.check_whole(recording, SIGNALS[0])
 
     def test_give_a_disk_up_that_stalls_for_long(self):
-        recording = self.stalled(LONG_STALL_MS)
-        took = self.send_signals(recording.program, SIGNALS)
-        self.assertIn(-recording.program.wait_briefly(), SIGNALS)
-        self.assertGreater(took, GIVE_UP_S)
+        stalled = self.stalled_recording(LONG_STALL_MS)
+        stalls_at_the_end, _ = self.stalling_recording(LONG_STALL_MS, log="other")
+        stalls_at_the_end.send_unwatched(streaming.DATAGRAMS[:50])
+        programs = (stalled.program, stalls_at_the_end.program)
+        for took in self.send_signals((signal.SIGINT,), *programs):
+            self.assertGreater(took, GIVE_UP_S)
+        for program in programs:
+            self.assertEqual(-signal.SIGINT, program.wait_briefly())
 
 
 if __name__ == "__main__":

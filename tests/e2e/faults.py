@@ -29,9 +29,9 @@ def interrupting(microseconds):
     return preloading(alarm_us=microseconds)
 
 
-def stalling(milliseconds):
-    """A disk on which the first write takes so long; the file `seen` tells when it has begun."""
-    return preloading(stall_ms=milliseconds, seen="seen")
+def stalling(milliseconds, seen):
+    """A disk on which the first write takes so long; the file `seen` tells that it has begun."""
+    return preloading(stall_ms=milliseconds, seen=seen)
 
 
 def receiving_slowly(microseconds):

@@ -354,7 +354,10 @@ class SilentDeviceTest(ReplayTest):
             with self.subTest(recording.log):
                 spent = processor_ticks(recording.program.pid) - ticks
                 self.assertLessEqual(spent, SILENT_TICKS)
-                recording.program.interrupt()
+        for recording in recordings:
+            recording.program.interrupt()
+        for recording in recordings:
+            with self.subTest(recording.log):
                 self.assertEqual(0, recording.program.wait_briefly())
 
 
