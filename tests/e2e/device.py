@@ -6,6 +6,19 @@ import socket
 from program import TIMEOUT_S
 
 
+LARGE_QUEUE_SIZE = 4 << 20
+
+_SO_RCVBUFFORCE = 33
+
+
+def give_large_queue(receiver):
+    """Tells whether the socket's receive queue may be so large."""
+    for option in (socket.SO_RCVBUF, _SO_RCVBUFFORCE):
+        with contextlib.suppress(PermissionError):
+            receiver.setsockopt(socket.SOL_SOCKET, option, LARGE_QUEUE_SIZE // 2)  # it is doubled
+    return receiver.getsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF) >= LARGE_QUEUE_SIZE
+
+
 class Device:
     """A UDP socket on loopback that keeps what it sends and receives."""
 
@@ -16,6 +29,9 @@ class Device:
         self._socket.bind((address, port))
         self._socket.settimeout(TIMEOUT_S)
         self.port = self._socket.getsockname()[1]
+
+    def enlarge_queue(self):
+        return give_large_queue(self._socket)
 
     def wait_hello(self):
         """The next datagram received; its sender becomes the peer."""

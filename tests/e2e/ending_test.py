@@ -11,12 +11,12 @@ import unittest
 import codec
 import streaming
 from codec import GenericData, datagram, frame
+from device import LARGE_QUEUE_SIZE
 from faults import failing, receiving_slowly, stalling
 from outputs import Pipe
 from program import LOG_TOOL
 from recording import (
     INTERRUPTED,
-    LARGE_QUEUE_SIZE,
     LOOK_S,
     UNKNOWN,
     Recording,

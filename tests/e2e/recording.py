@@ -8,7 +8,7 @@ import time
 from collections import namedtuple
 
 import codec
-from device import Device
+from device import Device, give_large_queue
 from program import DEVICE_SIM, LOG_TOOL, TIMEOUT_S, ProgramTest
 
 HELLO_EVERY_N_PACKETS = 50
@@ -17,10 +17,8 @@ UNKNOWN = bytes(8)  # counted like any other datagram, but never recorded
 # The receive queue holds some 200 KiB; the kernel charges a datagram about this much.
 QUEUE_SIZE = 140000
 DATAGRAM_OVERHEAD = 1024
-LARGE_QUEUE_SIZE = 4 << 20
 
 _PIDFD_GETFD = 438  # no call of the C library yet
-_SO_RCVBUFFORCE = 33
 _libc = ctypes.CDLL(None, use_errno=True)
 
 LOOK_S = 0.0005  # between two looks at what only shows in /proc
@@ -69,11 +67,8 @@ def enlarge_queue(pid):
         os.close(process)
     if fd < 0:
         return False
-    with socket.socket(fileno=fd) as queue:
-        for option in (socket.SO_RCVBUF, _SO_RCVBUFFORCE):
-            with contextlib.suppress(PermissionError):
-                queue.setsockopt(socket.SOL_SOCKET, option, LARGE_QUEUE_SIZE // 2)  # it is doubled
-        return queue.getsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF) >= LARGE_QUEUE_SIZE
+    with socket.socket(fileno=fd) as shared:
+        return give_large_queue(shared)
 
 
 class Recording:
