@@ -7,6 +7,7 @@
 #include "fdloop.h"
 #include "tt_interrupt.h"
 #include "tt_slog.h"
+#include "tt_time.h"
 
 uint32_t FdloopUdpCon::s_rxCount = 0;
 
@@ -112,25 +113,54 @@ void FdloopUdpCon::callPeriodically(sockaddr const* from, unsigned char const* d
     s_rxCount = 0;
 }
 
+namespace
+{
+
+/// The drain before the end of a run. What has arrived so far belongs to the run. What comes from
+/// now on does not: a device that never pauses would never let it end.
+class LastDrain
+{
+public:
+    void begin(UdpSocket& socket)
+    {
+        m_hasBegun = true;
+        m_isFinite = socket.refuseFurther();
+        m_startMs = tt_time_ms();
+    }
+    bool hasBegun() const { return m_hasBegun; }
+
+    /// Where nothing keeps out what comes later, the time does.
+    bool isOver() const { return !m_isFinite && tt_time_ms_elapsed(m_startMs) >= LIMIT_MS; }
+
+private:
+    static constexpr uint32_t LIMIT_MS = 500;
+
+    bool m_hasBegun = false;
+    bool m_isFinite = true;
+    uint32_t m_startMs = 0;
+};
+
+}
+
 void FdloopUdpCon::rxDataReady()
 {
     Lifetime::Watch const lifetime(m_lifetime);
     // Held while it runs: it may replace itself or destroy the connection.
     HeldCallBack::Hold rxCallBack(m_rxCallBack);
-    bool isLast = false; // the run is about to end
+    LastDrain last;
 
     while (!lifetime.isOver()) {
         if (!rxCallBack.isOf(m_rxCallBack)) {
             rxCallBack.take(m_rxCallBack); // the former one may take the connection with it
             continue;
         }
-        // What has arrived so far belongs to the run. What comes from now on does not: a device
-        // that never pauses would never let it end.
-        if (!isLast && tt_interrupted() && !(isLast = m_socket.refuseFurther()))
+        if (tt_interrupted() && !last.hasBegun())
+            last.begin(m_socket);
+        if (last.isOver())
             return;
 
         IUdpSocket::message_t const msg = m_socket.receive();
-        if (msg.len == 0 && isLast)
+        if (msg.len == 0 && last.hasBegun())
             continue; // no later pass would take those after it
         if (msg.len < 1)
             return;

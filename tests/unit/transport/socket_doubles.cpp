@@ -32,10 +32,17 @@ extern "C" {
 ssize_t __real_sendto(int fd, void const* data, size_t len, int flags, sockaddr const* to,
                       socklen_t toLen);
 int __real_fcntl(int fd, int command, ...);
+int __real_setsockopt(int fd, int level, int name, void const* value, socklen_t len);
 
 ssize_t __wrap_sendto(int fd, void const* data, size_t len, int flags, sockaddr const* to,
                       socklen_t toLen);
 int __wrap_fcntl(int fd, int command, ...);
+int __wrap_setsockopt(int fd, int level, int name, void const* value, socklen_t len);
+
+int __wrap_setsockopt(int fd, int level, int name, void const* value, socklen_t len)
+{
+    return fails(SystemCall::SETSOCKOPT) ? -1 : __real_setsockopt(fd, level, name, value, len);
+}
 
 ssize_t __wrap_sendto(int fd, void const* data, size_t len, int flags, sockaddr const* to,
                       socklen_t toLen)

@@ -7,6 +7,7 @@ enum class SystemCall
 {
     SENDTO,
     FCNTL_SETFL,
+    SETSOCKOPT,
     COUNT
 };
 
