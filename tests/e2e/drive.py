@@ -147,6 +147,12 @@ class Damaged:
                 bad.write(result)
                 if _is_frame(result):
                     good.write(result)  # start and end of two frames: nobody can tell
+                elif (
+                    kind == "insert"
+                    and data
+                    and (data in (result[: len(data)], result[-len(data) :]))
+                ):
+                    good.write(data)  # what was inserted has made up for what it took apart
                 elif changed:
                     frames = [(a - first, b - first) for a, b in hit]
                     good.write(self._intact(data, changed, frames))

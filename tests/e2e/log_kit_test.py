@@ -204,10 +204,11 @@ class RecoverTest(LogKitTest):
         self.assertEqual(self.read_file("in"), self.read_file("out"))
 
     def test_exactly_the_untouched_frames_come_out(self):
-        write_drive(self.path("drive"), 400)
-        for seed in range(10):
+        write_drive(self.path("drive"), 1000)  # long enough for reading ahead
+        for seed, damages in enumerate((500, 500, 500, 100, 100, 30, 30)):
             with self.subTest(seed=seed):
-                Damaged(self.path("drive"), seed, 200).write(self.path("in"), self.path("expected"))
+                damaged = Damaged(self.path("drive"), seed, damages)
+                damaged.write(self.path("in"), self.path("expected"))
                 (report,) = self.run_json("recover", "--force", "in", "out", status=DAMAGED)
                 self.assertEqual(self.read_file("expected"), self.read_file("out"))
                 self.assertEqual(len(self.read_file("in")), report["bytes"])

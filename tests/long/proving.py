@@ -12,6 +12,7 @@ BUILD = os.path.join(ROOT, "build", "default")
 FOLDERS = {
     "LOG_TOOL": "src/app/log_tool",
     "DEVICE_SIM": "tools/device_sim/device_sim",
+    "LOG_KIT": "tools/log_kit/log_kit",
     "STEPPER": "tests/e2e/stepper",
     "SHIFTED_CLOCK": "tests/e2e/libshifted_clock.so",
 }

@@ -24,11 +24,18 @@ void Checksum::add(unsigned char const* data, size_t size)
 
 void Checksum::addBlocks(unsigned char const* data, size_t count)
 {
+    // In copies: for all that the compiler knows, the data could lie in this very object.
+    uint64_t sums[LANES];
+    uint64_t sumsOfSums[LANES];
+    memcpy(sums, m_sums, sizeof sums);
+    memcpy(sumsOfSums, m_sumsOfSums, sizeof sumsOfSums);
     for (size_t block = 0; block < count; ++block, data += BLOCK)
         for (size_t lane = 0; lane < LANES; ++lane) {
-            m_sums[lane] += loadWord<uint64_t>(data + lane * sizeof(uint64_t));
-            m_sumsOfSums[lane] += m_sums[lane];
+            sums[lane] += loadWord<uint64_t>(data + lane * sizeof(uint64_t));
+            sumsOfSums[lane] += sums[lane];
         }
+    memcpy(m_sums, sums, sizeof sums);
+    memcpy(m_sumsOfSums, sumsOfSums, sizeof sumsOfSums);
 }
 
 bool Checksum::operator==(Checksum const& other) const

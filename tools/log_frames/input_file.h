@@ -2,10 +2,12 @@
 #define LOG_FRAMES_INPUT_FILE_H
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "log_frames/i_byte_source.h"
+#include "log_frames/read_ahead.h"
 
 /// A file, a pipe or standard input, read once from start to end; never written. Files are read,
 /// not mapped, so that one which shrinks meanwhile gives an error and not a signal.
@@ -33,11 +35,14 @@ public:
     bool isSameFile(std::string const& name) const;
 
 private:
+    ptrdiff_t readSome(unsigned char* data, size_t size);
+
     std::string m_name;
     bool m_isStandardInput;
     int m_fd;
     std::optional<uint64_t> m_size;
     uint64_t m_read = 0;
+    std::unique_ptr<ReadAhead> m_ahead; // of a large file
 };
 
 #endif

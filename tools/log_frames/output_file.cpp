@@ -80,12 +80,15 @@ OutputFile::~OutputFile()
 void OutputFile::write(unsigned char const* data, size_t size)
 {
     m_size += size;
-    if (m_buffer.size() + size > BUFFER_SIZE)
-        flush();
-    if (size > BUFFER_SIZE / 2)
-        writeThrough(data, size);
-    else
+    if (m_buffer.size() + size <= BUFFER_SIZE) {
         m_buffer.insert(m_buffer.end(), data, data + size);
+        return;
+    }
+    flush();
+    if (size <= BUFFER_SIZE / 2)
+        m_buffer.insert(m_buffer.end(), data, data + size);
+    else
+        writeThrough(data, size); // copying it first would gain nothing
 }
 
 void OutputFile::flush()

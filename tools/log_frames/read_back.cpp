@@ -2,23 +2,18 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <memory>
 #include <system_error>
 
 #include <unistd.h>
 
+#include "log_frames/worker.h"
+
 static constexpr size_t BUFFER_SIZE = size_t{256} << 10;
 
 ReadBack::ReadBack(int fd) : m_fd(fd)
 {
-    // Signals are for the main thread, which they wake from what it waits for.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    m_thread = std::thread([this] { run(); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    m_thread = startWorker([this] { run(); });
 }
 
 ReadBack::~ReadBack()

@@ -239,7 +239,8 @@ static size_t bestCandidate(View view, size_t first, uint64_t boundary)
     return best;
 }
 
-Scanner::Scanner(IByteSource& source) : m_source(source), m_buffer(new unsigned char[BUFFER_SIZE]) {}
+Scanner::Scanner(IByteSource& source) : m_source(source), m_buffer(new unsigned char[BUFFER_SIZE])
+{}
 
 void Scanner::skip(size_t count)
 {

@@ -68,6 +68,41 @@ TEST(InputFile, readsWhatAGrowingFileHasByThen)
     EXPECT_EQ("ab", readAll(file));
 }
 
+TEST(InputFile, readsALargeFileToItsEnd)
+{
+    TempDir const dir;
+    std::vector<unsigned char> content(5000001);
+    for (size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<unsigned char>(i * 7 + i / 1000);
+    writeBytes(dir.file("log"), content);
+    InputFile file(dir.file("log"));
+    std::vector<unsigned char> read;
+    unsigned char part[7777];
+    while (size_t const count = file.read(part, sizeof part))
+        read.insert(read.end(), part, part + count);
+    EXPECT_TRUE(content == read);
+    EXPECT_EQ(0U, file.read(part, sizeof part));
+}
+
+TEST(InputFile, throwsWhenALargeFileBecomesShorter)
+{
+    TempDir const dir;
+    std::string const name = dir.file("log");
+    writeBytes(name, std::vector<unsigned char>(8000000, 'x'));
+    InputFile file(name);
+    ASSERT_EQ(0, truncate(name.c_str(), 4000000));
+    EXPECT_THROW(readAll(file), FileError);
+}
+
+TEST(InputFile, mayBeLeftUnread)
+{
+    TempDir const dir;
+    writeBytes(dir.file("log"), std::vector<unsigned char>(8000000, 'x'));
+    InputFile file(dir.file("log"));
+    unsigned char part[10];
+    EXPECT_EQ(sizeof part, file.read(part, sizeof part));
+}
+
 TEST(InputFile, readsAPipeOfUnknownSize)
 {
     TempDir const dir;

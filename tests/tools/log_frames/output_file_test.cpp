@@ -56,6 +56,21 @@ TEST(OutputFile, appearsWithItsContentWhenItIsPublished)
     EXPECT_EQ(std::vector<std::string>{"out"}, namesIn(dir));
 }
 
+TEST(OutputFile, keepsTheOrderOfPiecesOfAnySize)
+{
+    TempDir const dir;
+    std::vector<unsigned char> content;
+    OutputFile file(dir.file("out"), eExisting::Refuse);
+    for (size_t const size : std::initializer_list<size_t>{10, 70000, 100000, 1, 131072, 65536,
+                                                           65536, 3, 200000, 60000, 90000}) {
+        std::vector<unsigned char> const piece(size, static_cast<unsigned char>(size % 251));
+        file.write(piece.data(), piece.size());
+        content.insert(content.end(), piece.begin(), piece.end());
+    }
+    file.publish();
+    EXPECT_TRUE(content == readBytes(dir.file("out")));
+}
+
 TEST(OutputFile, leavesNothingUnlessItIsPublished)
 {
     TempDir const dir;
