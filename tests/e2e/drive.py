@@ -145,15 +145,9 @@ class Damaged:
                 data = source.read(last - first)
                 result, changed = self._damage(kind, data, place - first, end - first, length)
                 bad.write(result)
-                if _is_frame(result):
-                    good.write(result)  # start and end of two frames: nobody can tell
-                elif (
-                    kind == "insert"
-                    and data
-                    and (data in (result[: len(data)], result[-len(data) :]))
-                ):
-                    good.write(data)  # what was inserted has made up for what it took apart
-                elif changed:
+                if changed is None:
+                    good.write(self._restored(result, data, hit))
+                else:
                     frames = [(a - first, b - first) for a, b in hit]
                     good.write(self._intact(data, changed, frames))
                 done = last
@@ -180,6 +174,21 @@ class Damaged:
             for a, b in frames
             if changed[a : a + 8] == data[a : a + 8] and changed[b - 4 : b] == data[b - 4 : b]
         )
+
+    @staticmethod
+    def _restored(result, data, hit):
+        """What bytes that were cut or inserted have left whole by chance: start and end of two
+        frames may make one, and a byte may be replaced by its like."""
+        if _is_frame(result):
+            return result
+        if hit:
+            first = data[: hit[0][1] - hit[0][0]]
+            last = data[hit[-1][0] - hit[-1][1] :]
+            if result.startswith(first):
+                return first
+            if result.endswith(last):
+                return last
+        return b""
 
     @staticmethod
     def _copy(source, start, end, *targets):
