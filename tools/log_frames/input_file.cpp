@@ -20,10 +20,9 @@ InputFile::InputFile(std::string const& name)
 {
     struct stat status = {};
     if (m_fd == -1 || fstat(m_fd, &status) == -1) {
-        FileError const error = FileError::ofErrno("read", m_name);
         if (m_fd != -1 && !m_isStandardInput)
             ::close(m_fd);
-        throw error;
+        throw FileError::ofErrno("read", m_name);
     }
     if (!S_ISREG(status.st_mode))
         return;

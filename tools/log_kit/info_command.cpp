@@ -103,7 +103,7 @@ static eStatus judge(std::string const& file, Arguments const& arguments, Info c
     }
     auto const texts = missed(arguments.thresholds, info);
     for (std::string const& text : texts)
-        printError(file + ": " + text);
+        printError(fmt::format("{}: {}", file, text));
     return texts.empty() && info.totals.isClean() ? STATUS_GOOD : STATUS_DAMAGED;
 }
 

@@ -35,8 +35,8 @@ struct Jump
 class TimeLine
 {
 public:
-    static constexpr int64_t BACK_LIMIT = 2000;           // ms
-    static constexpr int64_t WRAP_LIMIT = 10 * 60 * 1000; // ms
+    static constexpr int64_t BACK_LIMIT = 2000;                    // ms
+    static constexpr int64_t WRAP_LIMIT = int64_t{10} * 60 * 1000; // ms
 
     /// The record's time. A GnssData without sections has no stamp: it gets the time of the record
     /// before it.
@@ -82,7 +82,7 @@ public:
     int64_t latest() const { return m_latest; } // the latest time so far
 
 private:
-    static constexpr int64_t ORDINARY_STEP = 60 * 1000; // ms
+    static constexpr int64_t ORDINARY_STEP = 60000; // ms
 
     int64_t addUnusual(uint32_t ticks);
     int64_t leapTo(int64_t time, uint32_t ticks);

@@ -65,14 +65,17 @@ int64_t parseDuration(std::string const& text)
     return llround(ms);
 }
 
+static std::invalid_argument badUtc(std::string const& text)
+{
+    return std::invalid_argument("'" + text + "' is no UTC time; an example: 2026-11-20T09:31:00Z");
+}
+
 static int64_t parseUtc(std::string const& text)
 {
     tm utc = {};
     char const* const rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &utc);
-    std::invalid_argument const bad("'" + text +
-                                    "' is no UTC time; an example: 2026-11-20T09:31:00Z");
     if (!rest || utc.tm_year < 70 || utc.tm_year > 200)
-        throw bad;
+        throw badUtc(text);
 
     std::string const fraction = rest;
     int64_t ms = 0;
@@ -81,13 +84,13 @@ static int64_t parseUtc(std::string const& text)
         double const seconds = strtod(fraction.c_str(), &end);
         if (fraction.empty() || fraction.front() != '.' || seconds >= 1 ||
             (std::string(end) != "Z" && std::string(end) != "z"))
-            throw bad;
+            throw badUtc(text);
         ms = llround(seconds * 1e3);
     }
     int const day = utc.tm_mday;
     int64_t const seconds = timegm(&utc);
     if (utc.tm_mday != day) // the 31st of a month that has none
-        throw bad;
+        throw badUtc(text);
     return seconds * 1000 + ms;
 }
 
