@@ -65,4 +65,14 @@ inline size_t frameSizeByHeader(unsigned char const* header)
     return FRAME_SIZES[code - 1U];
 }
 
+/// The size of the frame that log_tool -r would read here, 0 if it would end: it looks at type,
+/// version and footer alone.
+inline size_t replayedFrameSize(unsigned char const* bytes, size_t available)
+{
+    if (available < SMALLEST_FRAME || !isRecordCode(bytes[0]) || bytes[1] != FRAME_VERSION)
+        return 0;
+    size_t const size = FRAME_SIZES[bytes[0] - 1U];
+    return size <= available && isFooter(bytes + size - FOOTER_SIZE) ? size : 0;
+}
+
 #endif

@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-// Large enough that reads cost little, small enough for the processor's cache.
-static constexpr size_t BUFFER_SIZE = size_t{256} << 10;
-
 // As far as a decision looks ahead: a candidate, one that overlaps it and the frame after that.
 static constexpr size_t LOOK_AHEAD = 4 * LARGEST_FRAME;
 
@@ -146,20 +143,10 @@ static bool mayBeHeader(unsigned char const* bytes)
     return (loadWord<uint64_t>(bytes) & MASK) == (HEADER_WORD<ImuData> & MASK);
 }
 
-// The size of the frame that log_tool -r would read here, or 0.
-static size_t readableFrameSize(View view)
-{
-    if (view.size < SMALLEST_FRAME || !isRecordCode(view.bytes[0]) ||
-        view.bytes[1] != FRAME_VERSION)
-        return 0;
-    size_t const size = FRAME_SIZES[view.bytes[0] - 1U];
-    return size <= view.size && isFooter(view.bytes + size - FOOTER_SIZE) ? size : 0;
-}
-
 // Whether a frame seems to start here, intact or not, or the source ends.
 static bool isBoundary(View view)
 {
-    if (view.size == 0 || readableFrameSize(view) != 0)
+    if (view.size == 0 || replayedFrameSize(view.bytes, view.size) != 0)
         return true;
     return view.size >= HEADER_SIZE ? frameSizeByHeader(view.bytes) != 0 : isCutOffFrame(view);
 }
@@ -239,33 +226,16 @@ static size_t bestCandidate(View view, size_t first, uint64_t boundary)
     return best;
 }
 
-Scanner::Scanner(IByteSource& source) : m_source(source), m_buffer(new unsigned char[BUFFER_SIZE])
-{}
-
 void Scanner::skip(size_t count)
 {
-    m_begin += count;
+    m_log.skip(count);
     m_offset += count;
-}
-
-void Scanner::fill()
-{
-    memmove(m_buffer.get(), at(), available());
-    m_end = available();
-    m_begin = 0;
-    // A pipe gives little at a time; that is taken as soon as it is enough for any decision.
-    while (!m_isAtEnd && m_end < LOOK_AHEAD) {
-        size_t const count = m_source.read(m_buffer.get() + m_end, BUFFER_SIZE - m_end);
-        m_end += count;
-        m_isAtEnd = count == 0;
-    }
 }
 
 std::optional<Scanner::Event> Scanner::next()
 {
-    if (available() < LOOK_AHEAD && !m_isAtEnd)
-        fill();
-    if (available() == 0)
+    m_log.require(LOOK_AHEAD);
+    if (m_log.available() == 0)
         return std::nullopt;
     if (auto const stretch = takeFrames())
         return *stretch;
@@ -274,8 +244,8 @@ std::optional<Scanner::Event> Scanner::next()
 
 std::optional<Stretch> Scanner::takeFrames()
 {
-    unsigned char const* const begin = at();
-    unsigned char const* const end = m_buffer.get() + m_end;
+    unsigned char const* const begin = m_log.bytes();
+    unsigned char const* const end = begin + m_log.available();
     unsigned char const* p = begin;
     unsigned char const* last = begin;
     uint64_t count = 0;
@@ -295,19 +265,19 @@ std::optional<Stretch> Scanner::takeFrames()
 
 Damage Scanner::takeDamage()
 {
-    View const view = {at(), available()};
+    View const view = {m_log.bytes(), m_log.available()};
     Damage damage = {};
     damage.offset = m_offset;
     explain(view, damage);
 
     size_t const place = damagedFrameSize(view);
-    size_t const readable = readableFrameSize(view);
+    size_t const replayed = replayedFrameSize(view.bytes, view.size);
     size_t const whole = view.size >= HEADER_SIZE ? frameSizeByHeader(view.bytes) : 0;
 
     skipToNextFrame(place == 0 ? NO_PLACE : m_offset + place); // view is not valid any more
     damage.length = m_offset - damage.offset;
     damage.isOneFrame = damage.length == place;
-    damage.endsReplay = readable < damage.length;
+    damage.endsReplay = replayed < damage.length;
     bool const isHeaderRight = damage.reason == eDamage::Footer || damage.reason == eDamage::CutOff;
     if (isHeaderRight && damage.length < whole)
         setReason(damage, eDamage::CutOff, whole, static_cast<size_t>(damage.length));
@@ -318,9 +288,8 @@ void Scanner::skipToNextFrame(uint64_t placeEnd)
 {
     bool isFound = false;
     while (!isFound && m_offset != placeEnd) {
-        if (available() < LOOK_AHEAD && !m_isAtEnd)
-            fill();
-        if (available() == 0)
+        m_log.require(LOOK_AHEAD);
+        if (m_log.available() == 0)
             return;
         isFound = skipWithinBuffer(placeEnd);
     }
@@ -330,9 +299,9 @@ void Scanner::skipToNextFrame(uint64_t placeEnd)
 // to decide. Returns whether it is a frame.
 bool Scanner::skipWithinBuffer(uint64_t placeEnd)
 {
-    View const view = {at(), available()};
+    View const view = {m_log.bytes(), m_log.available()};
     uint64_t const leftOfPlace = placeEnd - m_offset; // huge without a place
-    size_t const decidable = m_isAtEnd ? view.size : view.size - LOOK_AHEAD + 1;
+    size_t const decidable = m_log.isAtEnd() ? view.size : view.size - LOOK_AHEAD + 1;
     size_t const end = static_cast<size_t>(std::min<uint64_t>(decidable, leftOfPlace));
 
     for (size_t at = 0; at < end; ++at) {

@@ -3,12 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <variant>
 
 #include "log_frames/frame.h"
-#include "log_frames/i_byte_source.h"
+#include "log_frames/look_ahead.h"
 
 /// Intact frames back to back: as many as lie in the scanner's buffer.
 struct Stretch
@@ -73,7 +72,7 @@ public:
     using Event = std::variant<Stretch, Damage>;
 
     /// Reads from `source`, which must outlive this, in the order of its bytes.
-    explicit Scanner(IByteSource& source);
+    explicit Scanner(IByteSource& source) : m_log(source) {}
 
     /// The next stretch or damage, nothing at the end of the source. Throws what the source throws.
     std::optional<Event> next();
@@ -82,21 +81,14 @@ public:
     uint64_t offset() const { return m_offset; }
 
 private:
-    unsigned char const* at() const { return m_buffer.get() + m_begin; }
-    size_t available() const { return m_end - m_begin; }
     void skip(size_t count);
-    void fill();
     std::optional<Stretch> takeFrames();
     Damage takeDamage();
     void skipToNextFrame(uint64_t placeEnd);
     bool skipWithinBuffer(uint64_t placeEnd);
 
-    IByteSource& m_source;
-    std::unique_ptr<unsigned char[]> m_buffer;
-    size_t m_begin = 0;
-    size_t m_end = 0;
-    uint64_t m_offset = 0; // of m_begin in the source
-    bool m_isAtEnd = false;
+    LookAhead m_log;
+    uint64_t m_offset = 0; // of m_log's first byte in the source
 };
 
 #endif
