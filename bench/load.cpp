@@ -18,13 +18,13 @@
 #include <poll.h>
 #include <sys/prctl.h>
 
-#include "datagram.h"
-#include "device_socket.h"
-#include "greeting.h"
+#include "device_sim/datagram.h"
+#include "device_sim/device_socket.h"
+#include "device_sim/greeting.h"
+#include "device_sim/simulation_time.h"
 #include "packet_codec.h"
 #include "receiver_watch.h"
 #include "record_list.h"
-#include "simulation_time.h"
 
 struct Options
 {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <optional>
 
 #include <netinet/in.h>
@@ -13,9 +14,9 @@
 
 #include "bare_codec.h"
 #include "command_line.h"
-#include "frame_header.h"
+#include "log_frames/input_file.h"
+#include "log_frames/replay_reader.h"
 #include "packet_codec.h"
-#include "record_list.h"
 #include "tt_time.h"
 
 struct Pace
@@ -28,7 +29,6 @@ struct Pace
 
 struct Replay
 {
-    FILE* log;
     int fd;
     sockaddr_in device;
     Pace pace;
@@ -61,40 +61,31 @@ static void waitUntilDue(Pace& pace, uint32_t ticks)
 }
 
 template <class Record>
-static bool replayRecord(Replay& replay)
+static void replayRecord(Replay& replay, Record const& record)
 {
     static auto const HEADER = encodePacket(Record{});
     static constexpr size_t STAMP_AT = 4;
-    struct
-    {
-        Record record;
-        uint32_t footer;
-    } body;
-    static_assert(sizeof body == sizeof body.record + sizeof body.footer);
 
-    if (fread(&body, sizeof body, 1, replay.log) != 1)
-        return false;
-    uint32_t const ticks = ticksOf(body.record);
+    uint32_t const ticks = ticksOf(record);
     auto packet = HEADER;
     BareWriter(packet.data() + STAMP_AT).word(ticks);
     BareWriter writer(packet.data() + PACKET_HEADER_SIZE);
-    PacketFormat<Record>::fields(writer, body.record);
+    PacketFormat<Record>::fields(writer, record);
 
     if (replay.pace.isKept)
         waitUntilDue(replay.pace, ticks);
     sendto(replay.fd, packet.data(), packet.size(), 0,
            reinterpret_cast<sockaddr const*>(&replay.device), sizeof replay.device);
-    return true;
 }
 
-static bool replayFrame(Replay& replay)
+static void replayLog(Replay& replay, char const* name)
 {
-    FrameHeader header;
-    bool isWhole = false;
-    if (fread(&header, sizeof header, 1, replay.log) == 1)
-        visitRecordType(header.type - size_t{1},
-                        [&](auto record) { isWhole = replayRecord<decltype(record)>(replay); });
-    return isWhole;
+    InputFile file(name);
+    ReplayReader log(file);
+    while (auto const frame = log.next())
+        visitRecordType(frame->index(), [&](auto record) {
+            replayRecord(replay, frame->record<decltype(record)>());
+        });
 }
 
 int main(int argc, char** argv)
@@ -109,14 +100,17 @@ int main(int argc, char** argv)
     replay.device.sin_family = AF_INET;
     parseCommandLine(argc, argv, line, replay.device);
 
-    replay.log = fopen64(line.fileName, "r+");
     replay.fd = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0);
-    if (!replay.log || replay.fd == -1) {
-        perror(line.fileName);
+    if (replay.fd == -1) {
+        perror("socket");
         return EXIT_FAILURE;
     }
-    while (replayFrame(replay)) {
+    try {
+        replayLog(replay, line.fileName);
+    } catch (std::exception const& error) {
+        fprintf(stderr, "%s\n", error.what());
+        return EXIT_FAILURE;
     }
     puts("End of file reached");
-    return fclose(replay.log) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    return EXIT_SUCCESS;
 }

@@ -13,10 +13,10 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "device_socket.h"
+#include "device_sim/device_socket.h"
+#include "device_sim/simulation_time.h"
 #include "packet_codec.h"
 #include "record_list.h"
-#include "simulation_time.h"
 
 static constexpr timespec PERIOD = {0, NS_PER_MS};
 

@@ -1,4 +1,4 @@
-#include "comparison.h"
+#include "device_sim/comparison.h"
 
 #include <algorithm>
 #include <tuple>

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "expected_log.h"
+#include "device_sim/expected_log.h"
 #include "record_list.h"
 
 struct Differences

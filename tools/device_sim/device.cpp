@@ -1,4 +1,4 @@
-#include "device.h"
+#include "device_sim/device.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,7 +11,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include "greeting.h"
+#include "device_sim/greeting.h"
 
 static constexpr int64_t HELLO_LIFETIME = 3 * NS_PER_S;
 

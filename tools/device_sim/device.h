@@ -6,11 +6,11 @@
 
 #include <netinet/in.h>
 
-#include "device_options.h"
-#include "device_socket.h"
-#include "receiver.h"
-#include "stream.h"
-#include "transmitter.h"
+#include "device_sim/device_options.h"
+#include "device_sim/device_socket.h"
+#include "device_sim/receiver.h"
+#include "device_sim/stream.h"
+#include "device_sim/transmitter.h"
 
 /// The device at work: answers greetings with the stream, and takes what a replay sends.
 class Device

@@ -1,4 +1,4 @@
-#include "device_options.h"
+#include "device_sim/device_options.h"
 
 #include <cmath>
 #include <utility>

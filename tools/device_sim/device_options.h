@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "faults.h"
-#include "simulation_time.h"
-#include "stream.h"
+#include "device_sim/faults.h"
+#include "device_sim/simulation_time.h"
+#include "device_sim/stream.h"
 
 struct DeviceOptions
 {

@@ -1,4 +1,4 @@
-#include "device_socket.h"
+#include "device_sim/device_socket.h"
 
 #include <cerrno>
 #include <cstring>
@@ -10,7 +10,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "simulation_time.h"
+#include "device_sim/simulation_time.h"
 
 static constexpr int BUFFER_SIZE = 64 * 1024 * 1024; // seconds of the fastest replay
 

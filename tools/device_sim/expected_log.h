@@ -20,9 +20,9 @@ struct RecordSequence
 };
 
 /// The records that a replay of this log sends: those before the end of the file or the first
-/// damage, which is reported on standard error. Throws std::system_error when the log cannot be
-/// opened, and std::runtime_error when it has no record: any replay would then be as expected, even
-/// one that never came.
+/// damage, which is reported on standard error. Throws FileError when the log cannot be read, and
+/// std::runtime_error when it has no record: any replay would then be as expected, even one that
+/// never came.
 RecordSequence readExpectedLog(std::string const& fileName);
 
 #endif

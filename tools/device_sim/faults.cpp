@@ -1,4 +1,4 @@
-#include "faults.h"
+#include "device_sim/faults.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "datagram.h"
+#include "device_sim/datagram.h"
 
 /// Decides by the number of a record, from 1 on, what goes wrong with it.
 class Faults

@@ -3,14 +3,14 @@
 #include <optional>
 #include <string>
 
-#include "device.h"
-#include "device_options.h"
-#include "device_socket.h"
-#include "expected_log.h"
-#include "receiver.h"
-#include "report.h"
-#include "report_file.h"
-#include "transmitter.h"
+#include "device_sim/device.h"
+#include "device_sim/device_options.h"
+#include "device_sim/device_socket.h"
+#include "device_sim/expected_log.h"
+#include "device_sim/receiver.h"
+#include "device_sim/report.h"
+#include "device_sim/report_file.h"
+#include "device_sim/transmitter.h"
 
 static constexpr int STATUS_DIFFERENT = 1; // from the expected log
 static constexpr int STATUS_FAILED = 2;

@@ -1,13 +1,13 @@
-#include "receiver.h"
+#include "device_sim/receiver.h"
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
 #include <utility>
 
-#include "comparison.h"
+#include "device_sim/comparison.h"
+#include "device_sim/simulation_time.h"
 #include "packet_codec.h"
-#include "simulation_time.h"
 
 static int64_t stampDifference(uint32_t later, uint32_t earlier)
 {

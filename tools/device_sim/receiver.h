@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "expected_log.h"
+#include "device_sim/expected_log.h"
 #include "record_list.h"
 
 /// How early (negative) or late records came, in ms, the first one of all being on time.

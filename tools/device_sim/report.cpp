@@ -1,4 +1,4 @@
-#include "report.h"
+#include "device_sim/report.h"
 
 #include <iomanip>
 #include <numeric>

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "receiver.h"
-#include "transmitter.h"
+#include "device_sim/receiver.h"
+#include "device_sim/transmitter.h"
 
 /// Tables for people.
 std::string toText(SentCounts const& sent, ReceivedReport const& received);

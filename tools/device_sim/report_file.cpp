@@ -1,4 +1,4 @@
-#include "report_file.h"
+#include "device_sim/report_file.h"
 
 #include <cerrno>
 #include <system_error>

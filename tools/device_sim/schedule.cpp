@@ -1,4 +1,4 @@
-#include "schedule.h"
+#include "device_sim/schedule.h"
 
 #include <algorithm>
 #include <cmath>

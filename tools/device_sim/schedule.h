@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "device_sim/simulation_time.h"
 #include "record_list.h"
-#include "simulation_time.h"
 
 /// Tells which record is due when: each type at its own rate, from time 0 on. Records due at the
 /// same time come in the order of their types.

@@ -1,10 +1,10 @@
-#include "stream.h"
+#include "device_sim/stream.h"
 
 #include <algorithm>
 #include <utility>
 
+#include "device_sim/random.h"
 #include "packet_codec.h"
-#include "random.h"
 
 Stream::Stream(Settings const& settings)
     : m_settings(settings),

@@ -6,10 +6,10 @@
 #include <limits>
 #include <optional>
 
-#include "datagram.h"
-#include "schedule.h"
-#include "simulation_time.h"
-#include "vehicle.h"
+#include "device_sim/datagram.h"
+#include "device_sim/schedule.h"
+#include "device_sim/simulation_time.h"
+#include "device_sim/vehicle.h"
 
 constexpr uint64_t UNLIMITED = std::numeric_limits<uint64_t>::max();
 

@@ -1,8 +1,8 @@
-#include "trajectory.h"
+#include "device_sim/trajectory.h"
 
 #include <cmath>
 
-#include "simulation_time.h"
+#include "device_sim/simulation_time.h"
 
 static constexpr int64_t LAP = 60 * NS_PER_S;
 static constexpr double NORTH_EXTENT = 150.0; // m

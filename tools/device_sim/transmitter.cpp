@@ -1,4 +1,4 @@
-#include "transmitter.h"
+#include "device_sim/transmitter.h"
 
 #include <cerrno>
 #include <stdexcept>

@@ -5,9 +5,9 @@
 #include <fstream>
 #include <string>
 
-#include "datagram.h"
-#include "device_socket.h"
-#include "faults.h"
+#include "device_sim/datagram.h"
+#include "device_sim/device_socket.h"
+#include "device_sim/faults.h"
 #include "record_list.h"
 
 /// What was sent. A record cut short counts as an extra only, a padded one as both.

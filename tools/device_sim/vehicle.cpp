@@ -1,9 +1,9 @@
-#include "vehicle.h"
+#include "device_sim/vehicle.h"
 
 #include <cmath>
 
-#include "random.h"
-#include "simulation_time.h"
+#include "device_sim/random.h"
+#include "device_sim/simulation_time.h"
 
 static constexpr double DEGREES = 180.0 / M_PI; // in a radian
 static constexpr double GRAVITY = 9.80665;      // m/s^2

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "device_sim/trajectory.h"
 #include "record_type.h"
-#include "trajectory.h"
 
 /// The vehicle on its course and the device's sensors in it. What is measured at a time depends on
 /// nothing but that time and the settings; the noise as well.
