@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-// For programs that name allocations.cpp among their sources: it replaces operator new.
+// For programs that link `allocations`: it replaces operator new.
 
 /// How often this program has called operator new, for at least so many bytes: up to 255.
 unsigned allocationCount(size_t atLeast = 0);

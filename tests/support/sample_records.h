@@ -218,6 +218,17 @@ struct Sample<GenericData>
     };
 };
 
+/// Calls `action` with the sample of each type, in the order of their codes.
+template <class Action>
+void forEachSample(Action const& action)
+{
+    action(Sample<ImuData>());
+    action(Sample<GnssData>());
+    action(Sample<GnssPvt>());
+    action(Sample<AttitudeData>());
+    action(Sample<GenericData>());
+}
+
 /// The record as it lies in memory; none has padding.
 template <class Record>
 Bytes bytesOf(Record const& record)

@@ -9,9 +9,10 @@
 
 #include "captured_output.h"
 #include "child_process.h"
-#include "loopback_device.h"
+#include "loopback_peer.h"
 #include "player.h"
 #include "recorder.h"
+#include "sample_records.h"
 #include "temp_dir.h"
 #include "test_loop.h"
 
@@ -45,7 +46,7 @@ class LogToolTest : public testing::Test
 {
 protected:
     TempDir m_dir;
-    LoopbackDevice m_device;
+    LoopbackPeer m_device;
     std::shared_ptr<sockaddr_in> m_address = std::make_shared<sockaddr_in>(m_device.address());
     LogTool m_tool{testLoop(), m_dir.file("log"), m_address};
 };
@@ -77,10 +78,10 @@ TEST_F(LogToolTest, bindsItsConnectionToPortsThatTheSystemChooses)
 
     EXPECT_TRUE(m_tool.m_udpCon->open());
     m_device.meet(*m_tool.m_udpCon);
-    ports[0] = m_device.peer().sin_port;
+    ports[0] = m_device.sender().sin_port;
     EXPECT_TRUE(other.m_udpCon->open());
     m_device.meet(*other.m_udpCon);
-    ports[1] = m_device.peer().sin_port;
+    ports[1] = m_device.sender().sin_port;
 
     EXPECT_NE(0, ports[0]);
     EXPECT_NE(0, ports[1]);

@@ -18,7 +18,8 @@
 #include "child_process.h"
 #include "fdloop_handle.h"
 #include "fdloop_udp_con.h"
-#include "loopback_device.h"
+#include "loopback_peer.h"
+#include "sample_records.h"
 #include "scoped_loop.h"
 #include "stepped_clock.h"
 #include "temp_dir.h"
@@ -88,7 +89,7 @@ protected:
     }
 
     TempDir m_dir;
-    LoopbackDevice m_device;
+    LoopbackPeer m_device;
     std::shared_ptr<IUdpCon> m_connection = std::make_shared<FdloopUdpCon>(testLoop(), 0);
     std::shared_ptr<sockaddr_in> m_address = std::make_shared<sockaddr_in>(m_device.address());
     std::unique_ptr<Player> m_player;

@@ -9,7 +9,8 @@
 
 #include "captured_output.h"
 #include "fdloop_udp_con.h"
-#include "loopback_device.h"
+#include "loopback_peer.h"
+#include "sample_records.h"
 #include "stepped_clock.h"
 #include "temp_dir.h"
 #include "test_loop.h"
@@ -96,7 +97,7 @@ protected:
     Bytes logFile() const { return readBytes(m_dir.file("log")); }
 
     TempDir m_dir;
-    LoopbackDevice m_device;
+    LoopbackPeer m_device;
     std::shared_ptr<IUdpCon> m_connection = std::make_shared<FdloopUdpCon>(testLoop(), 0);
     std::shared_ptr<sockaddr_in> m_address = std::make_shared<sockaddr_in>(m_device.address());
     std::unique_ptr<Recorder> m_recorder;
@@ -198,7 +199,7 @@ TEST_F(RecorderTest, recordsOneFramePerDatagram)
 {
     capturedOutput([this] {
         startRecording();
-        m_device.sendAllSamples();
+        forEachSample([this](auto sample) { m_device.send(sample.PACKET); });
         for (int i = 5; i < 50; ++i)
             m_device.send(UNKNOWN_DATAGRAM);
         EXPECT_TRUE(runUntilReadable(m_device.fd()));

@@ -8,7 +8,8 @@
 #include "captured_output.h"
 #include "child_process.h"
 #include "fdloop_udp_con.h"
-#include "loopback_device.h"
+#include "loopback_peer.h"
+#include "sample_records.h"
 #include "test_loop.h"
 
 static Bytes const GREETING = {0x68, 0x65, 0x6A, 0x00};
@@ -86,14 +87,14 @@ protected:
     }
 
     /// Expects so many datagrams of the generic sample, and no more.
-    static void expectGeneric(int count, LoopbackDevice& at)
+    static void expectGeneric(int count, LoopbackPeer& at)
     {
         for (int i = 0; i < count; ++i)
             EXPECT_EQ(toBytes(Sample<GenericData>::PACKET), at.receive()) << i;
         EXPECT_FALSE(at.hasDatagram());
     }
 
-    LoopbackDevice m_device;
+    LoopbackPeer m_device;
     std::shared_ptr<IUdpCon> m_connection = std::make_shared<FdloopUdpCon>(testLoop(), 0);
     std::shared_ptr<sockaddr_in> m_address = std::make_shared<sockaddr_in>(m_device.address());
     std::shared_ptr<ILogController> m_controller;
@@ -105,15 +106,10 @@ class SendingController : public LogControllerTest
 
 }
 
-/// The text with every time of day in it replaced.
 template <class Controller>
 static void sendAllSamples(Controller& controller)
 {
-    controller.send(Sample<ImuData>::RECORD);
-    controller.send(Sample<GnssData>::RECORD);
-    controller.send(Sample<GnssPvt>::RECORD);
-    controller.send(Sample<AttitudeData>::RECORD);
-    controller.send(Sample<GenericData>::RECORD);
+    forEachSample([&](auto sample) { controller.send(sample.RECORD); });
 }
 
 TYPED_TEST_SUITE(SendingController, AllRecords);
@@ -185,11 +181,11 @@ TEST_F(LogControllerTest, stampsGnssDataWithTheLaterSection)
 
 TEST_F(LogControllerTest, sendsEveryRecordToItsAddressWhateverArrives)
 {
-    LoopbackDevice stranger;
+    LoopbackPeer stranger;
     startSending();
     for (int i = 0; i < BUDGET + 1; ++i) {
-        stranger.sendTo(m_device.peer(), GREETING);
-        m_device.sendAllSamples();
+        stranger.sendTo(m_device.sender(), GREETING);
+        forEachSample([this](auto sample) { m_device.send(sample.PACKET); });
         m_connection->rxDataReady();
         sendGeneric();
     }
@@ -199,12 +195,12 @@ TEST_F(LogControllerTest, sendsEveryRecordToItsAddressWhateverArrives)
 
 TEST_F(LogControllerTest, sendsAHundredRecordsPerGreetingToTheLastGreeter)
 {
-    LoopbackDevice first;
-    LoopbackDevice second;
+    LoopbackPeer first;
+    LoopbackPeer second;
     startWaiting();
-    for (LoopbackDevice* const greeter : {&first, &second, &first, &first}) {
+    for (LoopbackPeer* const greeter : {&first, &second, &first, &first}) {
         sendGeneric(2);
-        greeter->sendTo(m_device.peer(), GREETING);
+        greeter->sendTo(m_device.sender(), GREETING);
         m_connection->rxDataReady();
         sendGeneric(BUDGET + 1);
         expectGeneric(BUDGET, *greeter);

@@ -9,8 +9,9 @@
 #include "captured_output.h"
 #include "child_process.h"
 #include "fdloop_udp_con.h"
-#include "loopback_device.h"
+#include "loopback_peer.h"
 #include "record_log.h"
+#include "sample_records.h"
 #include "subscribe_all.h"
 #include "test_loop.h"
 
@@ -50,7 +51,7 @@ protected:
         return runUntil([this, count] { return m_log->entries.size() >= count; });
     }
 
-    LoopbackDevice m_device;
+    LoopbackPeer m_device;
     std::shared_ptr<IUdpCon> m_connection = std::make_shared<FdloopUdpCon>(testLoop(), 0);
     std::shared_ptr<IPlaybackController> m_controller =
         PlaybackControllerFactory(m_connection).create();
@@ -182,16 +183,16 @@ TEST_F(UnconnectedController, publishesBeforeItReturnsOncePerSubscription)
 
 TEST_F(ConnectedController, publishesWhatTheDeviceSends)
 {
-    m_device.sendAllSamples();
+    forEachSample([this](auto sample) { m_device.send(sample.PACKET); });
     EXPECT_TRUE(published(5));
     EXPECT_EQ(allSampleEntries(), m_log->entries);
 }
 
 TEST_F(ConnectedController, acceptsDatagramsFromAnySender)
 {
-    LoopbackDevice const stranger;
+    LoopbackPeer const stranger;
 
-    stranger.sendTo(m_device.peer(), Sample<GnssPvt>::PACKET);
+    stranger.sendTo(m_device.sender(), Sample<GnssPvt>::PACKET);
     EXPECT_TRUE(published(1));
     EXPECT_EQ((std::vector<Bytes>{entryOf(Sample<GnssPvt>::RECORD)}), m_log->entries);
 }
@@ -223,7 +224,7 @@ TEST_F(ConnectedController, letsTheConnectionSendAfterTearDown)
 
 TEST(PlaybackController, forwardsEachDatagramWithItsSender)
 {
-    LoopbackDevice device;
+    LoopbackPeer device;
     auto const connection = std::make_shared<FdloopUdpCon>(testLoop(), 0);
     ListeningController controller(connection);
 
@@ -249,7 +250,7 @@ TEST(PlaybackController, leavesTheConnectionAloneWhenMadeAndDestroyed)
 
 TEST(PlaybackController, justReceivesNothingWhenTheConnectionCannotBeOpened)
 {
-    LoopbackDevice const device;
+    LoopbackPeer const device;
     ChildResult const result = runInChild([&device] {
         int const taken = ntohs(device.address().sin_port);
         PlaybackController controller(std::make_shared<FdloopUdpCon>(testLoop(), taken));

@@ -8,13 +8,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include "binary_write_observer.h"
 #include "captured_output.h"
 #include "open_failure.h"
 #include "record_log.h"
+#include "signals.h"
 #include "subscribe_all.h"
 #include "temp_dir.h"
 
@@ -76,32 +76,6 @@ public:
 
 private:
     int m_fd;
-};
-
-/// Has every read that waits fail with EINTR.
-class InterruptedReads
-{
-public:
-    InterruptedReads()
-    {
-        struct sigaction action = {};
-        action.sa_handler = [](int) {};
-        sigaction(SIGALRM, &action, &m_before);
-        // Again and again: the first signal may come before the read.
-        itimerval const period = {{0, 10000}, {0, 10000}};
-        setitimer(ITIMER_REAL, &period, nullptr);
-    }
-    ~InterruptedReads()
-    {
-        itimerval const none = {};
-        setitimer(ITIMER_REAL, &none, nullptr);
-        sigaction(SIGALRM, &m_before, nullptr);
-    }
-    InterruptedReads(InterruptedReads const&) = delete;
-    InterruptedReads& operator=(InterruptedReads const&) = delete;
-
-private:
-    struct sigaction m_before = {};
 };
 
 /// Claims to have read so many packets.
@@ -192,7 +166,9 @@ TYPED_TEST(LogDataReaderTest, tellsAReadErrorInAFrameFromTheEndOfTheFile)
         std::string const name = this->m_dir.file("pipe" + std::to_string(c.size));
         PipeLog const pipe(name, headOf(toBytes(Sample<TypeParam>::FRAME), c.size));
         this->m_reader->openFile(name);
-        InterruptedReads const interrupted;
+        ScopedSignals const signals;
+        ScopedSignals::handle(SIGALRM, [](int) {});
+        ScopedSignals::alarmEvery(10); // the read waits for more bytes, and fails
         this->expectPacket(false, "File read failed res " + std::string(c.got) +
                                       ", errno 4\ncould not read frame content, return false\n");
     }

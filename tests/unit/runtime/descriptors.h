@@ -2,7 +2,6 @@
 #define TESTS_DESCRIPTORS_H
 
 #include <cstdlib>
-#include <functional>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -36,18 +35,11 @@ private:
     int m_fds[2] = {-1, -1};
 };
 
-/// A descriptor callback with a state: registered as `FdAction::call` with the object as its data.
-struct FdAction
+/// A descriptor that stays readable and writable.
+class ReadyPair : public SocketPair
 {
-    std::function<int(int)> action;
-    unsigned calls = 0;
-
-    static int call(int fd, void* data)
-    {
-        auto& self = *static_cast<FdAction*>(data);
-        ++self.calls;
-        return self.action ? self.action(fd) : 0;
-    }
+public:
+    ReadyPair() { makeReadable(); }
 };
 
 #endif

@@ -16,6 +16,7 @@
 #include "no_descriptors.h"
 #include "socket_doubles.h"
 #include "system_doubles.h"
+#include "text_bytes.h"
 #include "udp_socket_factory.h"
 
 TEST(UdpSocket, isClosedAtFirst)
@@ -218,10 +219,9 @@ TEST_F(OpenUdpSocket, transmitsOneDatagram)
                   for (size_t const size : {0U, 1U, 1600U, 2000U}) {
                       SCOPED_TRACE(size);
                       std::string const sent = pattern(size);
-                      uint16_t from = 0;
-                      EXPECT_TRUE(socket.transmit(&to, bytesOf(sent), static_cast<unsigned>(size)));
-                      EXPECT_EQ(sent, peer.receive(&from));
-                      EXPECT_EQ(localPort(fd()), from);
+                      EXPECT_TRUE(socket.transmit(&to, dataOf(sent), static_cast<unsigned>(size)));
+                      EXPECT_EQ(sent, peer.receiveText());
+                      EXPECT_EQ(localPort(fd()), ntohs(peer.sender().sin_port));
                   }
               }));
 }
@@ -229,7 +229,7 @@ TEST_F(OpenUdpSocket, transmitsOneDatagram)
 TEST_F(OpenUdpSocket, transmitsTheBytesOfAMessageToItsAddress)
 {
     EXPECT_TRUE(socket.transmit(messageTo(peer.address(), "hello")));
-    EXPECT_EQ("hello", peer.receive());
+    EXPECT_EQ("hello", peer.receiveText());
 }
 
 class CountingSocket : public UdpSocket
@@ -268,10 +268,10 @@ TEST_F(OpenUdpSocket, dropsADatagramThatTheKernelCannotTakeAtOnce)
 
     EXPECT_EQ("", loggedBy([&] {
                   Failing const failing(SystemCall::SENDTO, EAGAIN);
-                  EXPECT_TRUE(socket.transmit(&to, bytesOf("abc"), 3));
+                  EXPECT_TRUE(socket.transmit(&to, dataOf("abc"), 3));
                   EXPECT_TRUE(socket.transmit(messageTo(to, "abc")));
               }));
-    EXPECT_FALSE(peer.hasReceived());
+    EXPECT_FALSE(peer.hasDatagram());
 }
 
 TEST_F(OpenUdpSocket, reportsAnyOtherFailureToSend)
@@ -280,7 +280,7 @@ TEST_F(OpenUdpSocket, reportsAnyOtherFailureToSend)
     broadcast.sin_addr.s_addr = inet_addr("127.255.255.255"); // needs an option that is not set
 
     EXPECT_EQ("09:05:07   DEBUG: UdpSocket::transmit: sendto failed errno 13: Permission denied",
-              loggedBy([&] { EXPECT_FALSE(socket.transmit(&broadcast, bytesOf("abc"), 3)); }));
+              loggedBy([&] { EXPECT_FALSE(socket.transmit(&broadcast, dataOf("abc"), 3)); }));
     EXPECT_EQ(EACCES, errno);
 }
 
@@ -290,10 +290,10 @@ TEST_F(OpenUdpSocket, transmitFailsWhileClosed)
     socket.close();
 
     EXPECT_EQ("09:05:07   DEBUG: UdpSocket::transmit: sendto failed errno 9: Bad file descriptor",
-              loggedBy([&] { EXPECT_FALSE(socket.transmit(&to, bytesOf("abc"), 3)); }));
+              loggedBy([&] { EXPECT_FALSE(socket.transmit(&to, dataOf("abc"), 3)); }));
 }
 
-static std::string bytesOf(IUdpSocket::message_t const& message)
+static std::string textOf(IUdpSocket::message_t const& message)
 {
     return {reinterpret_cast<char const*>(message.data), static_cast<size_t>(message.len)};
 }
@@ -301,17 +301,17 @@ static std::string bytesOf(IUdpSocket::message_t const& message)
 TEST_F(OpenUdpSocket, receivesDatagramsInTheOrderOfArrival)
 {
     LoopbackPeer const second;
-    peer.send("one", fd());
-    second.send("second", fd());
-    peer.send("", fd());
+    peer.sendToSocket(fd(), "one");
+    second.sendToSocket(fd(), "second");
+    peer.sendToSocket(fd(), "");
 
     IUdpSocket::message_t message = socket.receive();
-    EXPECT_EQ("one", bytesOf(message));
+    EXPECT_EQ("one", textOf(message));
     EXPECT_EQ(AF_INET, message.addr.sin_family);
     EXPECT_EQ(htonl(INADDR_LOOPBACK), message.addr.sin_addr.s_addr);
     EXPECT_EQ(htons(peer.port()), message.addr.sin_port);
     message = socket.receive();
-    EXPECT_EQ("second", bytesOf(message));
+    EXPECT_EQ("second", textOf(message));
     EXPECT_EQ(htons(second.port()), message.addr.sin_port);
     EXPECT_EQ(0, socket.receive().len);
     EXPECT_EQ(-1, socket.receive().len);
@@ -332,9 +332,9 @@ TEST_F(OpenUdpSocket, receivesALongDatagramCutTo1600Bytes)
 {
     for (size_t const size : {1600U, 1601U, 3000U}) {
         SCOPED_TRACE(size);
-        peer.send(pattern(size), fd());
+        peer.sendToSocket(fd(), pattern(size));
         IUdpSocket::message_t const message = socket.receive();
-        EXPECT_EQ(pattern(1600), bytesOf(message));
+        EXPECT_EQ(pattern(1600), textOf(message));
         EXPECT_EQ(-1, socket.receive().len); // the rest is gone
     }
 }

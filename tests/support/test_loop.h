@@ -1,5 +1,5 @@
-#ifndef TESTS_LINK_TEST_LOOP_H
-#define TESTS_LINK_TEST_LOOP_H
+#ifndef TESTS_TEST_LOOP_H
+#define TESTS_TEST_LOOP_H
 
 #include <functional>
 

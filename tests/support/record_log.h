@@ -1,5 +1,5 @@
-#ifndef TESTS_OBSERVER_RECORD_LOG_H
-#define TESTS_OBSERVER_RECORD_LOG_H
+#ifndef TESTS_RECORD_LOG_H
+#define TESTS_RECORD_LOG_H
 
 #include <memory>
 #include <vector>
@@ -75,11 +75,9 @@ void expectOnlyItsOwnLog(std::vector<std::shared_ptr<RecordLog>> const& logs)
 inline std::vector<Bytes> allSampleEntries(int times = 1)
 {
     std::vector<Bytes> entries;
-    for (Bytes const& entry :
-         {entryOf(Sample<ImuData>::RECORD), entryOf(Sample<GnssData>::RECORD),
-          entryOf(Sample<GnssPvt>::RECORD), entryOf(Sample<AttitudeData>::RECORD),
-          entryOf(Sample<GenericData>::RECORD)})
-        entries.insert(entries.end(), static_cast<size_t>(times), entry);
+    forEachSample([&](auto sample) {
+        entries.insert(entries.end(), static_cast<size_t>(times), entryOf(sample.RECORD));
+    });
     return entries;
 }
 
@@ -87,11 +85,7 @@ inline std::vector<Bytes> allSampleEntries(int times = 1)
 template <class Observable>
 void notifyAllSamples(Observable& observable)
 {
-    observable.notifySubscribers(Sample<ImuData>::RECORD);
-    observable.notifySubscribers(Sample<GnssData>::RECORD);
-    observable.notifySubscribers(Sample<GnssPvt>::RECORD);
-    observable.notifySubscribers(Sample<AttitudeData>::RECORD);
-    observable.notifySubscribers(Sample<GenericData>::RECORD);
+    forEachSample([&](auto sample) { observable.notifySubscribers(sample.RECORD); });
 }
 
 #endif
