@@ -13,7 +13,7 @@ static void copyText(char (&to)[CommandLine::TEXT_SIZE], char const* from)
     to[sizeof to - 1] = '\0';
 }
 
-// The argument after option `i`. Moves `i` on to it.
+// Returns the argument after option `i` and moves `i` to it.
 static char const* optionValue(int argc, char** argv, int& i)
 {
     if (++i >= argc)
@@ -42,7 +42,8 @@ void parseCommandLine(int argc, char** argv, CommandLine& line, sockaddr_in& dev
         } else if (strcmp(argv[i], "-a") == 0) {
             copyText(line.address, optionValue(argc, argv, i));
             device.sin_addr.s_addr = inet_addr(line.address);
-            // Refuses 255.255.255.255 as well, which inet_addr cannot tell from an error.
+            // This refuses 255.255.255.255 as well: inet_addr returns the same value for it as for
+            // an error.
             if (device.sin_addr.s_addr == INADDR_NONE)
                 printUsage();
         } else {
@@ -50,7 +51,8 @@ void parseCommandLine(int argc, char** argv, CommandLine& line, sockaddr_in& dev
         }
     }
 
-    // The port as read, not its low 16 bits, on purpose: 65536 is let through and sends to port 0.
+    // Checks the port as read, not its low 16 bits. So 65536 is accepted and sends to port 0, on
+    // purpose.
     if (line.port == 0 || line.address[0] == '\0' || line.fileName[0] == '\0')
         printUsage();
 }

@@ -20,9 +20,9 @@ struct CommandLine
 [[noreturn]] void printUsage();
 
 /// Reads the arguments into `line`, and the device's port and address into `device`, in network
-/// byte order. Options may come in any order and repeat, the last one wins; anything unknown is the
-/// file name. Ends in printUsage when the address is not one or anything but "-r" is missing. A
-/// port of 0 counts as missing; else its range is not checked, its low 16 bits count.
+/// byte order. Options may come in any order; of a repeated one the last counts. Any other argument
+/// is the file name. Calls printUsage if the address is invalid, or if anything other than "-r" is
+/// missing. A port of 0 counts as missing. Other ports are not checked: their low 16 bits are used.
 void parseCommandLine(int argc, char** argv, CommandLine& line, sockaddr_in& device);
 
 #endif

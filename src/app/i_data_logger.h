@@ -14,7 +14,7 @@ class IDataLogger : public TIObserver<GnssData>,
                     public TIObserver<GenericData>
 {
 public:
-    /// Shares the controller; neither initializes nor tears it down.
+    /// Shares the controller, but does not initialize it or tear it down.
     virtual void setController(std::shared_ptr<ILogController> const& controller) = 0;
     virtual void removeController() = 0;
 };

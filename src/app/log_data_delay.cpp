@@ -39,8 +39,8 @@ void LogDataDelay::schedule(T const& record)
     if (m_firstTicks == UNKNOWN)
         m_firstTicks = ticksOf(record);
 
-    // 64 bits, not modulo 2^32, on purpose: a device whose counter has wrapped or restarted is late
-    // from then on, and its records go out back to back.
+    // 64 bits, not modulo 2^32, on purpose: once the device's counter wraps or restarts, its
+    // records count as late, and they are passed on back to back.
     int64_t const offset = int64_t{ticksOf(record)} - static_cast<int64_t>(m_firstTicks);
     int64_t const elapsed = int64_t{tt_time_ms()} - static_cast<int64_t>(m_startMs);
     int64_t const wait = offset - elapsed;

@@ -10,10 +10,10 @@
 #include "ti_multi_observable.h"
 #include "ti_multi_observer.h"
 
-/// Paces records: passes each on when as much time has passed since the first record as their time
-/// stamps say. The schedule hangs on the first record alone, so it does not drift. A record that is
-/// late, or stamped before the first one, is passed on at once. At most one record is held:
-/// update() may be called again only after m_onSent was, or the new record replaces the held one.
+/// Paces records: passes each one on as long after the first as their time stamps say. The schedule
+/// depends on the first record alone, so it does not drift. A record that is late, or stamped
+/// before the first one, is passed on at once. Only one record is held at a time: an update()
+/// before m_onSent was called replaces it.
 class LogDataDelay : public TIMultiObserver<GenericData, AttitudeData, ImuData, GnssPvt, GnssData>,
                      public TIMultiObservable<GenericData, AttitudeData, ImuData, GnssPvt, GnssData>
 {
@@ -42,7 +42,7 @@ private:
     template <class T>
     void schedule(T const& record);
     template <class T>
-    __attribute__((noinline)) // or records that are due would pay for its registers
+    __attribute__((noinline)) // inlined, it would slow down the records that need no wait
     void
     hold(T const& record, uint32_t wait);
     template <class T>
@@ -56,8 +56,8 @@ private:
     uint64_t m_firstTicks = UNKNOWN; // time stamp of the first record
 
 public:
-    /// Called after each record that was passed on, unless it is empty. It may bring the next
-    /// record at once, and replace itself.
+    /// Called after each record that was passed on, if it is set. It may call update() with the
+    /// next record, and it may replace itself.
     HeldFunction<void()> m_onSent;
 };
 

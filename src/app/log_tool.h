@@ -15,8 +15,8 @@ struct _fdloop_t;
 class LogTool
 {
 public:
-    /// `address` is the device's. With a null one play and record panic. The connection is made on
-    /// a local port that the system chooses, and is not opened yet.
+    /// `address` is the device's. If it is null, play and record panic. The connection uses a local
+    /// port that the system chooses, and is not open yet.
     LogTool(_fdloop_t* loop, std::string fileName, std::shared_ptr<sockaddr_in> address);
 
     /// Replays the log file.

@@ -27,7 +27,7 @@ static void openStandardDescriptors()
     }
 }
 
-// Nobody catches exceptions: what has been recorded so far must not go with the process.
+// Nobody catches exceptions. What has been recorded so far must not be lost with the process.
 static void onTerminate()
 {
     fflush(nullptr);
@@ -39,18 +39,18 @@ static void catchSignals()
 {
     tt_interrupt_catch(SIGINT);
     tt_interrupt_catch(SIGTERM); // the machine goes down
-    // The terminal is gone. Under nohup that is ignored, and stays so.
+    // The terminal is gone. Under nohup the signal is ignored, and must stay so.
     struct sigaction hangup = {};
     sigaction(SIGHUP, nullptr, &hangup);
     if (hangup.sa_handler != SIG_IGN)
         tt_interrupt_catch(SIGHUP);
-    // Output that nobody reads, or that a background job may not write, is no reason to end or
-    // stop.
+    // A program must not end because nobody reads its output any more, nor stop because it runs in
+    // the background and writes to the terminal.
     signal(SIGPIPE, SIG_IGN);
     signal(SIGTTOU, SIG_IGN);
 }
 
-// Not called by the signal, but at the first point after it where nothing is half done.
+// Called by the main loop after the signal, not by its handler, so nothing is half done.
 static void onInterrupt(int sig)
 {
     s_logTool->m_udpCon->rxDataReady(); // what arrived before the signal belongs to the run
@@ -71,7 +71,7 @@ int main(int argc, char** argv)
     CommandLine line;
     parseCommandLine(argc, argv, line, *device);
 
-    // From here on no reader of our output can hold the run up, and no signal can cut it off.
+    // From here on nobody who reads our output can hold up the run, and no signal can cut it off.
     tt_outlet_open();
     catchSignals();
 

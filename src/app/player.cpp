@@ -27,15 +27,15 @@ Player::~Player()
 {
     m_dataLogger->removeController();
     m_controller->tearDown();
-    // Removes nothing, on purpose: the logger observes the delay, not the reader. The links between
-    // the stages end when the stages do.
+    // This removes nothing, on purpose: the logger observes the delay, not the reader. The stages
+    // are released with the player, and that ends their links.
     unsubscribe_all(std::shared_ptr<IDataLogger>(m_dataLogger), m_reader);
 }
 
 namespace
 {
 
-/// True while it lives, also when an exception ends that.
+/// Sets the flag while this object lives. Clears it also when an exception ends that.
 class Flag
 {
 public:
@@ -53,16 +53,17 @@ private:
 void Player::readNext()
 {
     m_wanted = true;
-    // The record that is being read was passed on at once. The loop below takes the request up, so
-    // that records that are all due do not pile up on the stack.
+    // The record being read was passed on at once. The loop below reads the next one, so that a
+    // long series of due records does not fill the stack.
     if (m_reading)
         return;
 
     Flag const reading(m_reading);
-    // Records that are all due keep this going for as long as the log is: CTRL-C must end it.
+    // If all records are due, this loop runs to the end of the log, so CTRL-C must be able to stop
+    // it.
     while (m_wanted && !tt_interrupted()) {
         m_wanted = false;
-        // A read that failed because CTRL-C cut it short is not the end of the log.
+        // A read that CTRL-C has cut short is not the end of the log.
         if (!m_reader->LogDataReader::readPacket() && !tt_interrupted())
             m_completion();
     }

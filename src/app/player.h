@@ -19,10 +19,10 @@
 class Player : public Mode
 {
 public:
-    /// Starts the replay: sends the first record, and after it those that are due at once. It
-    /// returns at the first one that must wait, or when a signal has been caught that ends the run.
-    /// `completion` is called once the log is exhausted, perhaps already in here. It must not be
-    /// empty. Throws std::system_error when the log cannot be opened.
+    /// Starts the replay: sends the first record and those that are due with it. Returns at the
+    /// first record that must wait, or when a signal that ends the run has been caught.
+    /// `completion` is called at the end of the log, perhaps before the constructor returns. It
+    /// must not be empty. Throws std::system_error if the log cannot be opened.
     Player(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCon> udpCon,
            std::shared_ptr<sockaddr_in> address, std::function<bool()> const& completion);
     ~Player() override;

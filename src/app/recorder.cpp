@@ -30,7 +30,7 @@ Recorder::Recorder(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCo
     m_helloTimer.setCallBack([this] { return checkHelloTimeout(); });
     m_helloTimer.startTimer(HELLO_PERIOD_MS);
     if (!m_helloTimer.isActive())
-        throw std::bad_alloc(); // or a silent device would never be greeted
+        throw std::bad_alloc(); // or a silent device would never get a hello
 }
 
 Recorder::~Recorder()

@@ -13,18 +13,18 @@
 #include "i_udp_con.h"
 #include "mode.h"
 
-/// Record mode: writes what the device sends to the log file, and greets the device so that it goes
-/// on sending: after every fiftieth datagram, and each second in which no greeting has gone out for
-/// 900 ms.
+/// Record mode: writes what the device sends to the log file. The device sends only while it gets
+/// hellos, so it gets one after every fiftieth datagram. A check each second sends one if the last
+/// is 900 ms old or older.
 class Recorder : public Mode
 {
 public:
-    /// Starts recording into a new file; the first greeting leaves a second later. Throws
-    /// std::system_error when the file cannot be opened.
+    /// Starts recording into a new or emptied file. The first hello leaves a second later. Throws
+    /// std::system_error if the file cannot be opened.
     Recorder(_fdloop_t* loop, std::string fileName, std::shared_ptr<IUdpCon> udpCon,
              std::shared_ptr<sockaddr_in> address);
 
-    /// Leaves its periodic callback in the connection, which must not receive any more.
+    /// Its periodic callback stays in the connection, so the connection must not receive any more.
     ~Recorder() override;
     Recorder(Recorder const&) = delete;
     Recorder& operator=(Recorder const&) = delete;
@@ -34,7 +34,7 @@ public:
 private:
     bool checkHelloTimeout();
 
-    // The writer goes last: with it the file is closed.
+    // Declared first, so destroyed last: that closes the file.
     std::shared_ptr<BinaryWriteObserver> m_writer;
     std::shared_ptr<IUdpCon> m_udpCon;
     std::shared_ptr<IPlaybackController> m_controller;

@@ -11,8 +11,8 @@ struct AttitudeData
     bool flags[4];
 };
 
-/// Turns flags that were read as bytes into flags: 0 stays 0, any other byte becomes 1. Until then
-/// they must not be read.
+/// Makes flags valid that were copied as bytes: 0 stays false, any other byte becomes true. Until
+/// then they must not be read, because a bool of another value is undefined behaviour.
 void normalizeFlags(AttitudeData& record);
 
 #endif

@@ -14,7 +14,7 @@ enum class eGnssSource : uint32_t
     StoredOther = 2
 };
 
-/// Selects a section of GnssData: Pvt, and with any other value the DOP section.
+/// Selects a section of GnssData. Any value other than Pvt selects the DOP section.
 enum class eGnssSection : uint32_t
 {
     Pvt = 1,
@@ -27,8 +27,8 @@ constexpr unsigned int GNSS_CONSTELLATION_GLONASS = 0x2;
 constexpr unsigned int GNSS_CONSTELLATION_GALILEO = 0x4;
 constexpr unsigned int GNSS_CONSTELLATION_BEIDOU = 0x8;
 
-/// A GNSS fix of two sections. A section is present exactly when its own ticks are not 0; what an
-/// absent one holds means nothing.
+/// A GNSS fix, in two sections. A section is present if its own ticks are not 0. The other fields
+/// of an absent section mean nothing.
 struct GnssData
 {
     eGnssSource source;
@@ -51,10 +51,10 @@ struct GnssData
     void updateSectionPvt(GnssPvt const& section) { pvt = section; }
     void updateSectionDop(GnssDop const& section) { dop = section; }
 
-    /// The record's time stamp: the later of its sections', compared as unsigned numbers.
+    /// The record's time stamp: the larger ticks of its sections, as unsigned numbers.
     uint32_t getTicks() const { return pvt.ticks > dop.ticks ? pvt.ticks : dop.ticks; }
 
-    /// Absent sections take no part in equality but for being absent.
+    /// Two absent sections are equal, whatever their other fields hold.
     bool operator==(GnssData const& other) const;
     bool operator!=(GnssData const& other) const { return !(*this == other); }
 };

@@ -3,7 +3,8 @@
 
 #include <cstdint>
 
-/// Dilutions of precision, in the device's raw integer scale: only ever a section of GnssData.
+/// Dilutions of precision, in the device's raw integer scale. Always a section of GnssData, never a
+/// record.
 struct GnssDop
 {
     uint32_t ticks; // ms of the device's clock

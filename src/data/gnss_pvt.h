@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-/// A GNSS position, velocity and time: a record of its own and a section of GnssData.
+/// A GNSS position, velocity and time. It is a record, and also a section of GnssData.
 struct GnssPvt
 {
     uint32_t ticks;              // ms of the device's clock

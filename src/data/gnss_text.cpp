@@ -39,7 +39,7 @@ std::ostream& operator<<(std::ostream& out, GnssPvt const& pvt)
 {
     tm const utc = utcOf(pvt.utcTime);
 
-    // In the order in which people read them, which is not the order of the fields.
+    // In the order in which people read them, not the order of the fields.
     return out << "Fix: " << pvt.getFixTypeText() << "\nUTC: " << std::put_time(&utc, "%c %Z")
                << "\nTime accuracy: " << pvt.timeAccuracy << " ns"
                << "\nSatellite count: " << pvt.satelliteCount

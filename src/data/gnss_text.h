@@ -5,8 +5,8 @@
 
 #include "gnss_data.h"
 
-// GNSS records in words, for people: raw values with their units, in the stream's formatting and
-// locale. No line end behind the last line.
+// GNSS records as text for people: raw values with their units, in the stream's formatting and
+// locale. The last line has no line end.
 
 std::ostream& operator<<(std::ostream& out, GnssDop const& dop);
 std::ostream& operator<<(std::ostream& out, GnssPvt const& pvt);

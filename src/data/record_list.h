@@ -8,7 +8,7 @@
 
 #include "record_type.h"
 
-/// The record types, in the order of their codes: a type's index is its code less 1.
+/// The record types, in the order of their codes: a type's index is its code minus 1.
 using RecordTypes = std::tuple<ImuData, GnssData, GnssPvt, AttitudeData, GenericData>;
 
 constexpr size_t RECORD_TYPE_COUNT = std::tuple_size_v<RecordTypes>;
@@ -30,7 +30,7 @@ void visitRecordType(size_t index, Visitor const& visit, std::index_sequence<Ind
     ((index == Indices ? visit(std::tuple_element_t<Indices, RecordTypes>{}) : void()), ...);
 }
 
-/// Calls `visit` with an empty record of the type, with none if there is no such type.
+/// Calls `visit` with an empty record of the type with this index. Does nothing if there is none.
 template <class Visitor>
 void visitRecordType(size_t index, Visitor const& visit)
 {

@@ -5,7 +5,7 @@
 
 #include "i_udp_receiver.h"
 
-/// A device at a known address: ready at any time, unless the address is null.
+/// A device at a known address. Always ready, unless the address is null.
 class ConstantUdpReceiver : public IUdpReceiver
 {
 public:

@@ -1,8 +1,7 @@
 #ifndef LINK_HELLO_H
 #define LINK_HELLO_H
 
-/// The greeting, a datagram of its own: "hej" and its terminating zero byte. Whoever sends it wants
-/// records.
+/// The whole datagram of a hello: "hej" and its zero byte. Its sender asks for records.
 constexpr unsigned char HELLO[4] = {'h', 'e', 'j', '\0'};
 
 #endif

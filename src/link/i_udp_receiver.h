@@ -13,8 +13,8 @@ public:
     /// A datagram has arrived from `from`.
     virtual void received(sockaddr const* from, unsigned char const* data, unsigned int len) = 0;
 
-    /// Where the next datagram goes: to be asked once per datagram, when the receiver is ready. The
-    /// address stays the receiver's.
+    /// Where the next datagram goes. Ask once per datagram, and only while the receiver is ready.
+    /// The address belongs to the receiver.
     virtual sockaddr_in const* getReceiverAddress() = 0;
 };
 

@@ -7,9 +7,9 @@
 #include "i_udp_con.h"
 #include "i_udp_receiver.h"
 
-/// Sends records as device datagrams to where its receiver says, if the receiver is ready: the
-/// others are dropped in silence. What arrives on the connection goes to the receiver. It must
-/// outlive its reception: tearDown() before it is destroyed.
+/// Sends records as device datagrams to the address that its receiver gives. Drops them silently
+/// while the receiver is not ready. What arrives on the connection goes to the receiver. Call
+/// tearDown() before it is destroyed, because the connection's callback refers to it.
 class LogController : public ILogController
 {
 public:
@@ -33,14 +33,14 @@ private:
     std::unique_ptr<IUdpReceiver> m_receiver;
 };
 
-/// Makes controllers on one connection, each with a receiver of its own.
+/// Makes controllers on one connection. Each has its own receiver.
 class LogControllerFactory
 {
 public:
-    /// Controllers that wait for a device to greet them.
+    /// Makes controllers that wait for a hello.
     explicit LogControllerFactory(std::shared_ptr<IUdpCon> const& connection);
 
-    /// Controllers that send to `address`; null makes them wait for a greeting.
+    /// Makes controllers that send to `address`. If it is null, they wait for a hello.
     LogControllerFactory(std::shared_ptr<IUdpCon> const& connection,
                          std::shared_ptr<sockaddr_in> address);
 

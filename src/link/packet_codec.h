@@ -10,7 +10,8 @@
 #include "packet_format.h"
 #include "xdr.h"
 
-/// Takes fields from a datagram, from the payload's first byte on. The caller has checked the size.
+/// Reads fields from a datagram, from the first byte of its payload. The caller has checked the
+/// size.
 class PacketReader
 {
 public:
@@ -32,14 +33,14 @@ public:
         m_next += sizeof value;
     }
 
-    /// Any byte but 0 is true.
+    /// Any byte other than 0 is true.
     void flag(bool& value) { value = *m_next++ != 0; }
 
 private:
     unsigned char const* m_next;
 };
 
-/// Puts fields into a datagram, from the byte given on. The caller has provided the room.
+/// Writes fields into a datagram, from the given byte on. The caller has provided the room.
 class PacketWriter
 {
 public:

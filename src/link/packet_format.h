@@ -15,8 +15,8 @@
 //        4     4  stamp: the record's time stamp, big-endian
 //        8        payload: the record's fields in order
 //
-// Of a received header only the type counts: the device is free in what it puts in the rest, and it
-// may pad its datagrams.
+// Only the type of a received header is used: the device may put anything into the other fields,
+// and it may pad its datagrams.
 
 constexpr unsigned PACKET_HEADER_SIZE = 8;
 
@@ -151,7 +151,7 @@ constexpr unsigned packetSize()
     return PACKET_HEADER_SIZE + sizer.size();
 }
 
-// A field forgotten above does not compile.
+// With a field forgotten above, this does not compile.
 template <class Record>
 inline constexpr bool
     IS_PACKET_COMPLETE = packetSize<Record>() == PACKET_HEADER_SIZE

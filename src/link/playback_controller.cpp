@@ -29,7 +29,7 @@ template <class Record>
 void PlaybackController::publish(UdpPacketAnalyzer<Record> const& analyzer,
                                  unsigned char const* data, unsigned int len)
 {
-    // By name, so that no table is looked up: these are our own members, of no derived class.
+    // Qualified, so that the calls are not virtual: the members have exactly this type.
     using Analyzer = UdpPacketAnalyzer<Record>;
     if (analyzer.Analyzer::isType(data, len))
         m_observable.TObservable<Record>::notifySubscribers(analyzer.Analyzer::getData(data, len));

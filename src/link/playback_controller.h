@@ -8,8 +8,8 @@
 #include "playback_observable.h"
 #include "udp_packet_analyzer.h"
 
-/// Receives the device's datagrams, from whatever sender, and publishes their records. It must
-/// outlive its reception: tearDown() before it is destroyed.
+/// Receives the device's datagrams, from any sender, and publishes their records. Call tearDown()
+/// before it is destroyed, because the connection's callback refers to it.
 class PlaybackController : public IPlaybackController
 {
 public:
@@ -22,8 +22,8 @@ public:
     /// Stops receiving; what is still queued in the socket is not delivered.
     void tearDown() override;
 
-    /// Publishes the record of one datagram, before it returns. A datagram of unknown type is
-    /// ignored; one shorter than a header, or than its known type, panics: the device is broken.
+    /// Publishes the record of one datagram before it returns. Ignores a datagram of unknown type.
+    /// Panics if the datagram is shorter than a header or than its type: the device is broken.
     virtual void received(sockaddr const* from, unsigned char const* data, unsigned int len);
 
     void subscribe(std::shared_ptr<TIObserver<ImuData>> const& observer) override;

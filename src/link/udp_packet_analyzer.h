@@ -4,8 +4,8 @@
 #include "packet_codec.h"
 #include "tt_panic.h"
 
-/// Recognises the datagrams of one record type and decodes them. Its panics speak in the name of
-/// playback_controller, the unit whose users know it.
+/// Recognises the datagrams of one record type and decodes them. Its panics name
+/// playback_controller, the unit that users know.
 template <class T>
 class IUdpPacketAnalyzer
 {

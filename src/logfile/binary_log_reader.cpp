@@ -34,12 +34,12 @@ bool BinaryLogReader::readAndCheckFooter()
 
 bool BinaryLogReader::read(void* data, size_t size)
 {
-    // One thread: the stream's lock would only cost.
+    // There is only one thread, so the stream's lock would be wasted time.
     size_t const got = fread_unlocked(data, 1, size, m_file->stream());
     return got == size || reportShortRead(got);
 }
 
-// For a few bytes fread() costs more than they do.
+// For so few bytes, a call of fread() costs more than copying them one by one.
 template <class Few>
 bool BinaryLogReader::readFew(Few& few)
 {

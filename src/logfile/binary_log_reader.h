@@ -9,17 +9,17 @@
 #include "frame_header.h"
 #include "log_file.h"
 
-/// Reads frames: readHeader, then readPayload with the size of the header's type, then
-/// readAndCheckFooter. The end of the file, damage and read errors are printed and reported as
-/// false. A file must be open but for openFile.
+/// Reads frames. Call openFile first. Then call readHeader, readPayload with the size of the
+/// header's type, and readAndCheckFooter for each frame. At the end of the file, at damage and
+/// after a read error they print the reason and return false.
 class BinaryLogReader
 {
 public:
-    /// Opens an existing file and gives up a former one. True; throws std::system_error when the
-    /// file cannot be opened, and keeps the former one then.
+    /// Opens an existing file, and closes the one that was open. Returns true. Throws
+    /// std::system_error if the file cannot be opened; then the former one stays open.
     bool openFile(std::string name);
 
-    /// False also for a version that is not FRAME_VERSION.
+    /// Also false if the version is not FRAME_VERSION.
     bool readHeader(FrameHeader& header);
     bool readPayload(void* data, size_t size);
     bool readAndCheckFooter();

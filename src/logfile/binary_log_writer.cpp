@@ -27,12 +27,12 @@ bool BinaryLogWriter::writeFooter()
 
 bool BinaryLogWriter::write(void const* data, size_t size)
 {
-    // One thread: the stream's lock would only cost.
+    // There is only one thread, so the stream's lock would be wasted time.
     size_t const written = fwrite_unlocked(data, 1, size, m_file->stream());
     return written == size || reportShortWrite(written);
 }
 
-// For a few bytes fwrite() costs more than they do.
+// For so few bytes, a call of fwrite() costs more than copying them one by one.
 template <class Few>
 bool BinaryLogWriter::writeFew(Few const& few)
 {

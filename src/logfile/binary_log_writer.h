@@ -8,17 +8,17 @@
 #include "frame_header.h"
 #include "log_file.h"
 
-/// Writes frames: writeHeader, then writePayload, then writeFooter, each only if the one before
-/// succeeded. A failure is printed and leaves a partial frame; the next frame may follow it. A file
-/// must be open but for openFile.
+/// Writes frames. Call openFile first. Then call writeHeader, writePayload and writeFooter for each
+/// frame, each only if the one before succeeded. A failure is printed and leaves a partial frame.
+/// The next frame may follow it.
 class BinaryLogWriter
 {
 public:
-    /// Creates or empties the file and gives up a former one. True; throws std::system_error when
-    /// the file cannot be opened, and keeps the former one then.
+    /// Creates or empties the file, and closes the one that was open. Returns true. Throws
+    /// std::system_error if the file cannot be opened; then the former one stays open.
     bool openFile(std::string name);
 
-    /// Refuses any version but FRAME_VERSION and writes nothing then.
+    /// If the version is not FRAME_VERSION, prints that, writes nothing and returns false.
     bool writeHeader(FrameHeader const& header);
     bool writePayload(void const* data, size_t size);
     bool writeFooter();

@@ -4,9 +4,9 @@
 #include "binary_log_writer.h"
 #include "ti_multi_observer.h"
 
-/// Appends every record it is notified of to the log file, one frame each. A record that cannot be
-/// written is reported on the console and lost; the next one is tried again. The writer's file must
-/// be open before the first record.
+/// Appends every record that it gets to the log file, one frame each. If a record cannot be
+/// written, that is printed and the record is lost; the next one is tried again. Open the writer's
+/// file before the first record.
 class BinaryWriteObserver
     : public TIMultiObserver<AttitudeData, GenericData, ImuData, GnssPvt, GnssData>
 {

@@ -5,8 +5,8 @@
 
 #include "record_type.h"
 
-/// The header of a log frame, in the file as it lies in memory: 8 bytes, little-endian. The payload
-/// and a 4-byte footer follow; the file is frames back to back and nothing else.
+/// The header of a log frame: 8 bytes, little-endian, the same in the file as in memory. The
+/// payload and a 4-byte footer follow. A log is frames back to back and nothing else.
 struct FrameHeader
 {
     uint8_t type;    // the record's type code; it alone decides the payload size
@@ -26,7 +26,7 @@ inline constexpr FrameHeader FRAME_HEADER = {RecordType<Record>::CODE, FRAME_VER
                                              sizeof(FrameHeader) + RecordType<Record>::PAYLOAD_SIZE,
                                              0};
 
-/// Whether the header's version is FRAME_VERSION; prints a complaint if not.
+/// Returns whether the header's version is FRAME_VERSION. If not, prints that.
 bool isVersionLegal(FrameHeader const& header);
 
 #endif

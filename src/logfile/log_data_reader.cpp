@@ -22,7 +22,7 @@ bool LogDataReader::readPacket()
     if (!m_reader.readHeader(header))
         return false;
 
-    // The type alone, not the length: a frame of unknown type ends the reading, it is not skipped.
+    // A frame of unknown type ends the reading: its length is not used to skip it.
     switch (header.type) {
     case RecordType<ImuData>::CODE:
         return readCheckSend<ImuData>();
@@ -39,7 +39,7 @@ bool LogDataReader::readPacket()
     }
 }
 
-// A damaged file may hold any byte for a flag; all other fields may take any bytes as they come.
+// A damaged file may hold any byte for a flag. All other fields are valid with any bytes.
 static void makeReadable(AttitudeData& record)
 {
     normalizeFlags(record);

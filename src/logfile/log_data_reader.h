@@ -6,20 +6,20 @@
 #include "binary_log_reader.h"
 #include "i_data_reader.h"
 
-/// Publishes the records of a log file, in its order. Reading ends at the end of the file and at
-/// the first frame that is not whole and right; nothing is skipped. Observers must not destroy the
-/// reader.
+/// Publishes the records of a log file, in its order. Reading ends at the end of the file, or at
+/// the first frame that is cut, damaged or of unknown type. No frame is skipped, on purpose: a gap
+/// in the replay would go unnoticed. Observers must not destroy the reader.
 class LogDataReader : public IDataReader
 {
 public:
-    /// True; throws std::system_error when the file cannot be opened.
+    /// Returns true. Throws std::system_error if the file cannot be opened.
     bool openFile(std::string name);
 
-    /// Publishes what readPacket finds until it fails. Returns true.
+    /// Calls readPacket until it fails. Returns true.
     bool readData() override;
 
-    /// Reads one frame and publishes its record before it returns; false if there was none. The
-    /// reason is printed, but for an unknown record type. A file must be open.
+    /// Reads one frame and publishes its record before it returns. Returns false if there was none.
+    /// The reason is printed, except for an unknown type. Call openFile first.
     virtual bool readPacket();
 
 private:

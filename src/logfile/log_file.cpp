@@ -15,7 +15,7 @@ LogFile::LogFile(std::string name, direction_e direction)
 
 LogFile::~LogFile()
 {
-    // The last frames may only now have met a full disk: say so, nobody else can.
+    // A full disk may show only now, when the last frames are written. Nobody else can report it.
     if (fclose(m_stream) != 0)
         printf("File close failed errno %d\n", errno);
 }

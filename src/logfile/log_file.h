@@ -14,8 +14,8 @@ public:
         Write = 1 // creates or empties the file
     };
 
-    /// Throws std::system_error when the file cannot be opened. Reading needs the permission to
-    /// write, too, though nothing is written.
+    /// Throws std::system_error if the file cannot be opened. Reading also needs the permission to
+    /// write, although nothing is written.
     LogFile(std::string name, direction_e direction);
 
     /// Writes what is still buffered and closes the file.

@@ -6,8 +6,8 @@
 #include "record_type.h"
 #include "ti_observer.h"
 
-/// Links an observer of all five record types to a publisher of all five; both are shared
-/// pointers. `observable` must not be empty.
+/// Subscribes an observer of all five record types to a publisher of all five. Both are shared
+/// pointers. `observable` must not be null.
 template <class ObserverPtr, class ObservablePtr>
 void subscribe_all(ObserverPtr observer, ObservablePtr observable)
 {
@@ -18,7 +18,8 @@ void subscribe_all(ObserverPtr observer, ObservablePtr observable)
     observable->subscribe(std::shared_ptr<TIObserver<GnssPvt>>(observer));
 }
 
-/// Undoes subscribe_all, however often it was called; changes nothing for a pair never linked.
+/// Undoes subscribe_all, however often it was called. Changes nothing for a pair that is not
+/// linked.
 template <class ObserverPtr, class ObservablePtr>
 void unsubscribe_all(ObserverPtr observer, ObservablePtr observable)
 {

@@ -20,16 +20,17 @@ public:
 
     void unsubscribe(std::shared_ptr<TIObserver<T>> const& observer) override
     {
-        // Held here and only referred to there: a predicate of one reference takes no memory, and
-        // short of memory the program must still come to its end.
+        // Short of memory, the program must still be able to end. A lambda that captures one
+        // reference fits into std::function without an allocation; a shared pointer does not.
         auto const unwanted = observer;
         remove(
             [&unwanted](std::weak_ptr<TIObserver<T>> entry) { return entry.lock() == unwanted; });
     }
 
-    /// Hands the record to every living observer, in the order of subscription. The observers may
+    /// Hands the record to every living observer, in the order of subscription. Observers may
     /// subscribe, unsubscribe and be released meanwhile: all that were alive at the start are
-    /// called, and none is destroyed before the end. An exception of an observer ends the round.
+    /// called, and none is destroyed before the end. If an observer throws, the later ones are not
+    /// called.
     virtual void notifySubscribers(T const& record)
     {
         std::vector<std::shared_ptr<TIObserver<T>>> snapshot;
@@ -41,7 +42,7 @@ public:
                 expired = true;
                 continue;
             }
-            if (snapshot.empty()) // not before: nobody to call takes no memory
+            if (snapshot.empty()) // without observers, nothing is allocated
                 snapshot.reserve(m_observers.size());
             snapshot.push_back(std::move(observer));
         }

@@ -5,19 +5,19 @@
 
 #include "ti_observer.h"
 
-/// Publishes the records of one type. Subscribing does not keep an observer alive: one that its
-/// owner releases just receives nothing more.
+/// Publishes the records of one type. A subscription does not keep an observer alive: once its
+/// owner has released it, it receives nothing more.
 template <class T>
 class TIObservable
 {
 public:
     virtual ~TIObservable() = default;
 
-    /// An observer subscribed twice receives every record twice. An empty pointer is harmless.
+    /// An observer subscribed twice receives every record twice. A null pointer does no harm.
     virtual void subscribe(std::shared_ptr<TIObserver<T>> const& observer) = 0;
 
-    /// Removes every subscription of the observer; an empty pointer removes those whose observers
-    /// are gone.
+    /// Removes every subscription of the observer. A null pointer removes the subscriptions of
+    /// observers that no longer exist.
     virtual void unsubscribe(std::shared_ptr<TIObserver<T>> const& observer) = 0;
 };
 

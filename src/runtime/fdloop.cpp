@@ -67,7 +67,7 @@ static _fdloop_fd_t* _fd_add(_fdloop_t* loop, uint8_t dir, int fd, fdloop_fd_fun
     return entry;
 }
 
-/* Takes the entry after `prev`, or the head if that is null, out of the list and frees it. */
+/* Removes the entry after `prev`, or the head if that is null, from the list and frees it. */
 static void _fd_remove(_fdloop_t* loop, _fdloop_fd_t* prev, _fdloop_fd_t* entry)
 {
     (prev ? prev->next : loop->fd_head) = entry->next;
@@ -224,8 +224,8 @@ int fdloop_unregister_signal(_fdloop_t* loop, int fd, int signo)
 
 /* The pass */
 
-/* Fills the sets of the enabled entries and points `sets` at them; returns the largest descriptor,
-   -1 when there is none. */
+/* Fills the sets of the enabled entries and points `sets` at them. Returns the largest descriptor,
+   or -1 if there is none. */
 static int _fd_sets_fill(_fdloop_t* loop, fd_set* sets[FDLOOP_DIRECTIONS])
 {
     int max_fd = -1;
@@ -244,7 +244,7 @@ static int _fd_sets_fill(_fdloop_t* loop, fd_set* sets[FDLOOP_DIRECTIONS])
     return max_fd;
 }
 
-/* No time limit with `timeout` 0. */
+/* A `timeout` of 0 is no time limit. */
 static int _wait(int max_fd, fd_set* sets[FDLOOP_DIRECTIONS], uint32_t timeout)
 {
     timeval limit = {};

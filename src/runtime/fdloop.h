@@ -3,10 +3,10 @@
 
 #include <cstdint>
 
-// A single-threaded event loop over select: descriptors, timers, idlers and signals. Everything is
-// called from the thread that runs the passes, and nothing of it from a signal handler. Callbacks
-// may register, unregister, add and delete anything, themselves included. An entry that is deleted
-// while the callbacks of its kind run is not called again, and is freed when they have all run.
+// A single-threaded event loop over select: descriptors, timers, idlers and signals. Call all of it
+// from the thread that runs the passes, and nothing from a signal handler. Callbacks may register,
+// unregister, add and delete anything, including themselves. An entry that is deleted while
+// callbacks of its kind run is not called again. It is freed when they have all run.
 
 /// The loop: owns its entries, lives as long as the process.
 struct _fdloop_t;
@@ -24,7 +24,7 @@ using fdloop_idler_func = int (*)(void* data);
 /// other signal: `pid` is the sender, `status` 0. The result is ignored.
 using fdloop_signal_func = int (*)(int fd, int signo, int pid, int status);
 
-/// Non-zero runs the timer again one interval after the expiry that has just run, 0 ends it.
+/// Non-zero runs the timer again, one interval after the expiry that has just run. 0 ends it.
 using fdloop_timer_func = int (*)(void* data);
 
 /// Panics when memory is exhausted. So do all operations that add an entry, except
@@ -34,17 +34,17 @@ _fdloop_t* fdloop_init();
 /// Sets the debug level to the low byte of `flags` if bit 0x20000 selects this library.
 void fdloop_debug(_fdloop_t* loop, unsigned flags);
 
-/// One pass: the timers that are due, the idlers, the wait for a descriptor or the next timer, the
-/// callbacks of the ready descriptors. Returns 0, also when the time ran out or a signal cut the
-/// wait short; 1 at once when there is nothing to wait for (no timer, no enabled descriptor); -1
-/// when the wait fails.
+/// Runs one pass: the timers that are due, the idlers, the wait for a descriptor or the next timer,
+/// the callbacks of the ready descriptors. Returns 0, also when the time ran out or a signal cut
+/// the wait short. Returns 1 at once if there is nothing to wait for (no timer, no enabled
+/// descriptor), and -1 if the wait fails.
 int fdloop_run(_fdloop_t* loop);
 
 /// Runs passes until one does not return 0, and returns its result.
 int fdloop_loop(_fdloop_t* loop);
 
-// Descriptors. `fd` must be below FD_SETSIZE (1024), which is not checked; a negative one is
-// ignored and gives null. One descriptor may have several entries.
+// Descriptors. `fd` must be below FD_SETSIZE (1024), which is not checked. A negative one is
+// ignored, and registering it returns null. One descriptor may have several entries.
 
 _fdloop_fd_t* fdloop_fd_register(_fdloop_t* loop, int fd, fdloop_fd_func func, void* data);
 _fdloop_fd_t* fdloop_fd_register_write(_fdloop_t* loop, int fd, fdloop_fd_func func, void* data);
@@ -66,11 +66,11 @@ _fdloop_idler_t* fdloop_idler_add(_fdloop_t* loop, fdloop_idler_func func, void*
 
 // Signals.
 
-/// Blocks `signo` and has it delivered to `func` by the passes. Returns the signal descriptor, or a
-/// negative value when there is none; the signal stays blocked then, too.
+/// Blocks `signo` and lets the passes deliver it to `func`. Returns the signal descriptor, or a
+/// negative value on failure. Then the signal stays blocked, too.
 int fdloop_register_signal(_fdloop_t* loop, fdloop_signal_func func, int signo);
 
-/// Closes the signal descriptor and unblocks `signo`; returns sigprocmask's result.
+/// Closes the signal descriptor and unblocks `signo`. Returns sigprocmask's result.
 int fdloop_unregister_signal(_fdloop_t* loop, int fd, int signo);
 
 // Timers. Times are milliseconds on the clock of fdloop_time_ms, which wraps; intervals must stay
@@ -79,15 +79,15 @@ int fdloop_unregister_signal(_fdloop_t* loop, int fd, int signo);
 /// The loop's clock, the same as tt_time_ms.
 uint32_t fdloop_time_ms();
 
-/// Runs `func` `interval_ms` from now. Null, and no timer, when memory is exhausted. The handle is
-/// dead once `func` has returned 0 or the timer has been deleted. A timer added by a timer's
-/// callback runs in a later pass, also with interval 0.
+/// Runs `func` `interval_ms` from now. If memory is exhausted, returns null and adds no timer. The
+/// handle is invalid once `func` has returned 0 or the timer has been deleted. A timer that a
+/// timer's callback adds runs in a later pass, even with interval 0.
 _fdloop_timer_t* fdloop_timer_add(_fdloop_t* loop, unsigned interval_ms, fdloop_timer_func func,
                                   void* data);
 
 void fdloop_timer_del(_fdloop_t* loop, _fdloop_timer_t* timer);
 
-/// The pending expiry stays; the new interval counts from there.
+/// Does not change the pending expiry. The new interval counts from there.
 void fdloop_timer_set_interval(_fdloop_timer_t* timer, unsigned interval_ms);
 unsigned fdloop_timer_get_interval(_fdloop_timer_t* timer);
 

@@ -1,7 +1,7 @@
 #ifndef RUNTIME_FDLOOP_HANDLE_H
 #define RUNTIME_FDLOOP_HANDLE_H
 
-// The inside of the loop handle, for the loop's own sources and their tests.
+// What is inside the loop handle. Only for the loop's own sources and their tests.
 
 #include <cstdint>
 

@@ -6,7 +6,7 @@
 #include "tt_slog.h"
 #include "tt_time.h"
 
-/* From b to a. The clock wraps: the sign tells which is later. */
+/* The time from b to a. The clock wraps, so the sign of the difference tells which is later. */
 static int32_t _difference(uint32_t a, uint32_t b)
 {
     return static_cast<int32_t>(a - b);
@@ -98,8 +98,8 @@ unsigned fdloop_timer_get_interval(_fdloop_timer_t* timer)
     return timer->interval;
 }
 
-/* Runs the due timers and moves the head past them; they stay linked in front of it. Returns the
-   last one that is to run again. */
+/* Runs the due timers and moves the head past them. They stay linked in front of it. Returns the
+   last one that must run again. */
 static _fdloop_timer_t* _timers_fire(_fdloop_t* loop, uint32_t now)
 {
     _fdloop_timer_t* last_kept = nullptr;
@@ -128,8 +128,7 @@ static _fdloop_timer_t* _timers_fire(_fdloop_t* loop, uint32_t now)
     return last_kept;
 }
 
-/* Frees the timers marked deleted, from the start of the processed chain to the end of the
-   schedule. */
+/* Frees the timers marked deleted, in the chain that has just run and in the schedule after it. */
 static void _timers_sweep(_fdloop_t* loop, _fdloop_timer_t** chain, _fdloop_timer_t** last_kept)
 {
     _fdloop_timer_t* prev = nullptr;
@@ -159,8 +158,8 @@ static void _timers_reschedule(_fdloop_t* loop, _fdloop_timer_t* chain, _fdloop_
     while (chain) {
         _fdloop_timer_t* const timer = chain;
         chain = timer->next;
-        /* From the last expiry, not from now: the timer does not drift, and one that ran late
-           catches up with a run per pass. */
+        /* From the last expiry, not from now. So the timer does not drift, and one that is late
+           catches up by one run a pass. */
         timer->expire += timer->interval;
         _timer_set(&loop->timer_head, loop->debug, timer);
     }

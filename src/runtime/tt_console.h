@@ -4,13 +4,13 @@
 #include <cstdarg>
 #include <cstddef>
 
-// Console output goes straight to standard output, past the C stream `stdout`. Lines of both appear
-// in the order of the calls, since the stream is line-buffered. A line that the stream still holds
-// a part of comes after what is printed here.
+// Console output goes straight to standard output, past the C stream `stdout`. The lines of both
+// appear in the order of the calls, because the stream is line-buffered. But a line that the stream
+// holds only a part of comes after what is printed here.
 
-/// Writes the whole string, no line end added. Partial writes and EINTR are continued. Returns the
-/// number of bytes written, which is short after any other error. A program that has called
-/// tt_outlet_open does not wait here; bytes kept for later count as written.
+/// Writes the whole string and adds no line end. Goes on after a partial write and after EINTR.
+/// Returns the number of bytes written, which is short only after another error. A program that has
+/// called tt_outlet_open does not wait here, and bytes kept for later count as written.
 int tt_puts(char const* s);
 int tt_console_puts(char const* s);
 
@@ -21,8 +21,8 @@ int tt_console_printf(char const* fmt, ...) __attribute__((format(printf, 1, 2))
 int tt_vprintf(char const* fmt, va_list ap) __attribute__((format(printf, 1, 0)));
 int tt_console_vprintf(char const* fmt, va_list ap) __attribute__((format(printf, 1, 0)));
 
-/// snprintf that returns the number of characters stored, at most n - 1. A text that cannot be
-/// formatted becomes empty. `n` must be at least 1.
+/// snprintf that returns the number of characters stored, at most n - 1. If the text cannot be
+/// formatted, it becomes empty. `n` must be at least 1.
 int tt_snprintf(char* s, size_t n, char const* fmt, ...) __attribute__((format(printf, 3, 4)));
 int tt_vsnprintf(char* s, size_t n, char const* fmt, va_list ap)
     __attribute__((format(printf, 3, 0)));

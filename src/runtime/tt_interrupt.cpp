@@ -24,7 +24,8 @@ static bool _is_given_up()
     return tt_time_ms_elapsed(s_first_ms) >= GIVE_UP_AFTER_MS;
 }
 
-/* Ignored signals, too: whoever ends a run sets those that have been handled to be ignored. */
+/* Caught signals that are ignored by now, too: whoever ends a run makes the process ignore the
+   signal that it has handled. */
 static void _give_up()
 {
     for (int sig = 1; sig < NSIG; ++sig) {
@@ -57,8 +58,9 @@ static void _on_alarm(int /*sig*/)
     errno = saved_errno;
 }
 
-/* A periodic timer: an alarm that comes just before a call blocks is followed by another one. The
-   handler is installed no earlier, so that until then an alarm is whatever it was before. */
+/* The timer is periodic: an alarm may come just before a call blocks, and then the next one
+   interrupts the call. The handler is installed only now, so that until then SIGALRM does what it
+   did before. */
 static void _unblock_after(unsigned ms)
 {
     struct sigaction action = {};
@@ -106,8 +108,8 @@ void tt_unblock_end()
     itimerval const off = {};
     setitimer(ITIMER_REAL, &off, nullptr);
 
-    /* A signal that came before this line has lost its timer just now. One that comes later starts
-       it itself. */
+    /* A signal that came before this line has just lost its timer. One that comes later starts its
+       own. */
     if (s_first) {
         uint32_t const left = UNBLOCK_AFTER_MS - tt_time_ms_elapsed(s_first_ms);
         _unblock_after(left <= UNBLOCK_AFTER_MS ? std::max(left, UNBLOCK_EVERY_MS)

@@ -16,7 +16,7 @@ struct _layout_t
     unsigned item_size;
     int digits;
 
-    // Behind the address, the items and a gap of two.
+    // After the address, the items and a gap of two.
     int textColumn() const { return static_cast<int>(items) * (digits + 1) + 11; }
 };
 
@@ -62,7 +62,8 @@ static int _line_print(_layout_t const& layout, unsigned char const* data, unsig
         len += tt_snprintf(line + len, sizeof line - static_cast<size_t>(len), " %0*x",
                            layout.digits, _item(item, layout.item_size));
 
-    // Blanks only up to the text: blanks behind it would cost the line its end in tt_printf.
+    // No blanks after the text: with them the line would be too long for tt_printf, which would cut
+    // off its end.
     char* text = std::fill_n(line + len, layout.textColumn() - len, ' ');
     for (unsigned char const* byte = data; byte != end; ++byte)
         *text++ = isprint(*byte) ? static_cast<char>(*byte) : '.';

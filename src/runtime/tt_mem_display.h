@@ -7,7 +7,7 @@
 /// address. Returns the length of the last line printed, 0 when `count` is 0.
 int tt_mem_display(int width, void const* addr, unsigned count);
 
-/// The same, with the lines labelled from `shown_addr` on.
+/// The same, but the first line is labelled `shown_addr`.
 int tt_data_display(int width, void const* data, unsigned count, unsigned long shown_addr);
 
 #endif

@@ -20,7 +20,8 @@ static constexpr size_t LATE_SIZE = 16384;
 static constexpr uint32_t LAST_WAIT_MS = 200;
 static constexpr unsigned STUCK_AFTER_MS = 5;
 
-/* One attempt to write: the result of write(), -1 with EAGAIN when the reader takes nothing now. */
+/* One attempt to write. Returns the result of write(), -1 with EAGAIN if the reader takes nothing
+   now. */
 using _attempt_t = ssize_t (*)(char const* text, size_t len);
 
 static int s_fd = STDOUT_FILENO;
@@ -39,8 +40,8 @@ static ssize_t _send(char const* text, size_t len)
     return send(s_fd, text, len, MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
-/* For a pipe or terminal that we may write to but not open. One that claims to have room may still
-   block: another program may be faster, and a terminal may have room for a part only. */
+/* For a pipe or terminal that we may write to but not open. A write may block even if there is
+   room: another program may fill it first, and a terminal may have room for only a part. */
 static ssize_t _write_guarded(char const* text, size_t len)
 {
     pollfd room = {s_fd, POLLOUT, 0};
@@ -57,7 +58,7 @@ static ssize_t _write_guarded(char const* text, size_t len)
     return written;
 }
 
-/* Waits for the reader as long as the last wait allows. */
+/* Waits for the reader, as long as the last wait allows. */
 static bool _has_room_again()
 {
     if (s_wait_ms == 0)
@@ -70,8 +71,8 @@ static bool _has_room_again()
     return ready > 0;
 }
 
-/* Writes until the reader takes no more, which EAGAIN tells, or an error. Returns the bytes
- * written. */
+/* Writes until all is written, the reader takes no more (EAGAIN) or an error occurs. Returns the
+   number of bytes written. */
 static size_t _write_on(char const* text, size_t len)
 {
     size_t done = 0;
@@ -136,8 +137,8 @@ size_t tt_outlet_write(char const* text, size_t len)
     return done == len || errno != EAGAIN || !_keep(text + done, len - done) ? done : len;
 }
 
-/* The same pipe or terminal, opened once more: a description that is ours alone. -1 if it is
-   another user's. */
+/* Opens the same pipe or terminal once more, to get a description that is ours alone. Returns -1 if
+   it belongs to another user. */
 static int _open_again()
 {
     return open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
@@ -161,7 +162,7 @@ static _attempt_t _choose_attempt()
     return _write;
 }
 
-/* The stream gets no error, whatever becomes of the text: it would only give up a part of it. */
+/* Never tells the stream of an error: the stream would only drop a part of the text. */
 static ssize_t _write_stream(void* /*cookie*/, char const* text, size_t len)
 {
     tt_outlet_write(text, len);

@@ -3,25 +3,26 @@
 
 #include <cstddef>
 
-// Standard output of a program that waits for none of its readers. A terminal after CTRL-S, a pipe
-// whose reader sleeps, a journal on a slow disk: each takes what it can, the rest is kept for later
-// or dropped. A text, that is what one call writes, is dropped whole or not at all, so a reader who
-// comes back gets whole lines, in order.
+// Standard output of a program that must not wait for its readers: a terminal after CTRL-S, a pipe
+// whose reader sleeps, a journal on a slow disk. Each gets what it can take, and the rest is kept
+// for later or dropped. The text of one call is dropped whole or not at all, so a reader who comes
+// back gets whole lines, in order.
 //
-// The terminal, pipe or socket may be shared with other programs, whose writes are to block as
-// before. So the mode of the shared description is never changed.
+// Other programs may share the terminal, pipe or socket, and their writes must block as before. So
+// the mode of the shared description is never changed.
 
-/// From now on nothing waits: neither tt_outlet_write nor the C stream `stdout`, which is replaced
-/// by a line-buffered one. A file is written as before: the kernel, not a reader, takes its bytes.
+/// From now on neither tt_outlet_write nor the C stream `stdout`, which is replaced by a
+/// line-buffered one, waits for a reader. Files are written as before, as the kernel takes their
+/// bytes, not a reader.
 void tt_outlet_open();
 
-/// Writes a text to standard output, after those that are kept, of which there are at most 16 KiB.
-/// Returns how many bytes were written or kept. Before tt_outlet_open it waits until the text is
-/// written, and the result is short only after an error.
+/// Writes a text to standard output, after those that are kept; at most 16 KiB are. Returns how
+/// many bytes were written or kept. Before tt_outlet_open it waits until the text is written, and
+/// the result is short only after an error.
 size_t tt_outlet_write(char const* text, size_t len);
 
-/// The program ends: gives the reader a fifth of a second, once, for what is kept and what is still
-/// to come.
+/// To be called at the end of the program. Gives the reader a fifth of a second in all to take what
+/// is kept and what is still written afterwards.
 void tt_outlet_finish();
 
 #endif

@@ -14,7 +14,7 @@ void tt_panic(char const* fmt, ...)
     int const saved_errno = errno;
     va_list ap;
 
-    // abort() writes no stream out: what has been recorded so far must not go with the process.
+    // abort() does not flush the streams. What has been recorded so far must not be lost.
     fflush(nullptr);
     tt_printf("Panic: ");
     errno = saved_errno;

@@ -32,8 +32,8 @@ static void _restore(_signals_t const& signals)
     sigprocmask(SIG_SETMASK, &signals.blocked, nullptr);
 }
 
-/* Blocked and ignored signals pass to a new image, which must not find those of this one. Some are
-   to stay as they were at the start: under nohup, for example, SIGHUP is ignored. */
+/* A new image inherits blocked and ignored signals. It must find those that this one found at its
+   start, not those of today: under nohup, for example, SIGHUP is ignored. */
 static _signals_t const s_inherited = _signals();
 
 static int s_argc = 0;

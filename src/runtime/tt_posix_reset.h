@@ -7,13 +7,13 @@
 /// Keeps the arguments for tt_restart. They are not copied and must stay valid.
 void tt_reset_set_args(int argc, char** argv);
 
-/// The arguments last kept: 0 and null before the first tt_reset_set_args.
+/// The arguments last kept. 0 and null before the first tt_reset_set_args.
 void tt_reset_get_args(int* argc, char*** argv);
 
-/// Replaces the process image by argv[0], looked up in PATH, with the arguments kept. The new image
-/// finds the signals blocked and ignored that this one found when it started, and open C streams
-/// are written out first. Panics when no arguments were kept. Returns only when the new image
-/// cannot be started, with execvp's result.
+/// Replaces the process image by argv[0], looked up in PATH, with the arguments kept. Flushes the C
+/// streams first. The new image starts with the blocked and ignored signals that this one started
+/// with. Panics if no arguments were kept. Returns only if the new image cannot be started, with
+/// execvp's result.
 int tt_restart();
 
 #endif

@@ -8,7 +8,7 @@
 /// Returns 0, or -1 when the settings cannot be read or applied.
 int tt_posix_tty_raw(int fd, termios* saved);
 
-/// Applies settings, for example those that tt_posix_tty_raw saved; the result is tcsetattr's.
+/// Applies settings, for example those that tt_posix_tty_raw saved. Returns tcsetattr's result.
 int tt_posix_tty_set(int fd, termios const* settings);
 
 #endif

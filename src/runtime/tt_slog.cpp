@@ -16,7 +16,7 @@ int tt_vslog(int prio, char const* fmt, va_list ap)
 {
     // The message may print errno with %m, and the caller may go on to report it.
     int const saved_errno = errno;
-    // One text, so that output that nobody takes loses all of it or nothing.
+    // One text, so that it is kept or dropped as a whole when nobody reads the output.
     char line[PREFIX_SIZE + MESSAGE_SIZE];
 
     size_t prefix_len = tt_utc_strftime(line, PREFIX_SIZE, "%H:%M:%S", tt_time());

@@ -12,8 +12,8 @@ static constexpr uint32_t US_PER_S = 1000000;
 static constexpr long NS_PER_US = 1000;
 static constexpr long NS_PER_MS = 1000000;
 
-// What SYS_clock_gettime fills in: two longs, also where the C library's timespec carries a 64-bit
-// time_t on a 32-bit machine.
+// What SYS_clock_gettime fills in: two longs, even on a 32-bit machine whose C library has a 64-bit
+// time_t in its timespec.
 struct _kernel_timespec_t
 {
     long tv_sec;

@@ -16,7 +16,7 @@ uint32_t tt_time_us();
 uint32_t tt_time_ms_elapsed(uint32_t start);
 uint32_t tt_time_us_elapsed(uint32_t start);
 
-/// Burns the processor until at least `us` microseconds have passed; returns how many did.
+/// Keeps the processor busy until at least `us` microseconds have passed. Returns how many did.
 uint32_t tt_time_us_delay(uint32_t us);
 
 /// tt_time_us_delay for `ms` milliseconds; returns microseconds.
@@ -57,8 +57,8 @@ size_t tt_utc_strftime(char* s, size_t max, char const* fmt, time_t t)
 
 tm* tt_utc_time_to_tm(time_t t, tm* out);
 
-/// Converts by local time in spite of its name: a UTC conversion only where the process's time
-/// zone is UTC.
+/// Converts by local time, in spite of its name. That is UTC only if the process's time zone is
+/// UTC.
 time_t tt_utc_tm_to_time(tm* tm);
 
 #endif

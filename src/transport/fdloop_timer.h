@@ -10,7 +10,7 @@
 struct _fdloop_t;
 struct _fdloop_timer_t;
 
-/// A timer on the event loop, which must outlive it.
+/// A timer on the event loop. The loop must outlive it.
 class FdloopTimer : public ITimer
 {
 public:
@@ -25,10 +25,10 @@ public:
     void stopTimer() override;
     bool isActive() const override;
 
-    /// The loop's timer callback; `data` is the timer, null gives 0.
+    /// The loop's timer callback. `data` is the timer; if it is null, the result is 0.
     static int staticTimeout(void* data);
 
-    /// The timer has expired. Returns non-zero to have the loop keep its entry.
+    /// The timer has expired. Returns non-zero if the loop must keep its entry.
     int timeout();
 
 private:

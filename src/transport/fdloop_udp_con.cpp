@@ -35,7 +35,7 @@ bool FdloopUdpCon::open()
         return false;
 
     fdloop_fd_register(mutableLoop(m_loop), m_socket.getFd(), dataReadyCallback, this);
-    // A failed bind closes the socket and leaves the loop's entry: the owner gives up on this
+    // A failed bind closes the socket and leaves the loop's entry, so the owner must give up this
     // connection.
     if (!m_bindGuard)
         return m_socket.bind();

@@ -11,7 +11,7 @@
 
 struct _fdloop_t;
 
-/// A UDP connection on the event loop, which must outlive it.
+/// A UDP connection on the event loop. The loop must outlive it.
 class FdloopUdpCon : public IUdpCon
 {
 public:
@@ -29,13 +29,13 @@ public:
     void setPeriodicRxCallBack(RxCallBack const& cb, unsigned int period) override;
     void rxDataReady() override;
 
-    /// The loop's read callback; `data` is the connection, null is ignored.
+    /// The loop's read callback. `data` is the connection; null is ignored.
     static int dataReadyCallback(int fd, void* data);
 
 private:
     bool isOpen() const { return m_socket.getFd() >= 1; }
 
-    /// Counts a datagram. True when the periodic callback is to run for it.
+    /// Counts a datagram. Returns whether the periodic callback must run for it.
     bool countForPeriod();
 
     /// The connection may be gone afterwards.

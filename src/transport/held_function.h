@@ -9,11 +9,11 @@ template <class Signature>
 class HeldFunction;
 
 /// A std::function that stays alive while it runs. So it may replace itself, or destroy the object
-/// that it is a member of. It is that one function that runs, never a copy: state that it keeps is
-/// there in the next run.
+/// that it is a member of. It is never copied to be run, so state that it keeps is still there in
+/// the next run.
 ///
-/// A std::shared_ptr would do the same. But its counts are made for several threads, and cost more
-/// than all else that happens between two records of a replay.
+/// A std::shared_ptr would do the same. But its counts are made for several threads, and they cost
+/// more than everything else between two records of a replay.
 template <class Result, class... Args>
 class HeldFunction<Result(Args...)>
 {
@@ -24,7 +24,7 @@ class HeldFunction<Result(Args...)>
     };
 
 public:
-    /// Keeps the function alive that `from` has at that moment, for as long as it lives itself.
+    /// As long as this object lives, it keeps the function alive that `from` holds now.
     class Hold
     {
     public:
@@ -60,8 +60,8 @@ public:
     HeldFunction(HeldFunction const&) = delete;
     HeldFunction& operator=(HeldFunction const&) = delete;
 
-    // Assigning replaces the function, by anything that can be called; an empty one is none. Nothing
-    // is touched after that: the former function may take the object with it.
+    // Assigning anything that can be called replaces the function. An empty function leaves none.
+    // Nothing is touched after that, because the former function may destroy this object.
     HeldFunction& operator=(HeldFunction&& other) noexcept
     {
         release(std::exchange(m_target, std::exchange(other.m_target, nullptr)));
@@ -88,7 +88,7 @@ private:
         if (target && --target->holders == 0)
             destroy(target);
     }
-    // Not inlined: GCC would take a holder that is left for one that uses what is deleted.
+    // Not inlined: GCC would warn that a remaining holder uses what is deleted.
     __attribute__((noinline)) static void destroy(Target* target) { delete target; }
 
     Target* m_target = nullptr;

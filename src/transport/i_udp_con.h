@@ -19,10 +19,10 @@ public:
 
     virtual ~IUdpCon() = default;
 
-    /// Creates, watches and binds the socket. Not to be repeated while the socket exists.
+    /// Creates, watches and binds the socket. Do not call it again while the socket exists.
     virtual bool open() = 0;
 
-    /// Ends reception only: the socket lives on, for transmit, until the connection is destroyed.
+    /// Ends reception only. The socket stays open, for transmit, until the connection is destroyed.
     virtual bool close() = 0;
 
     /// Sends one datagram of at most 1600 bytes.
@@ -31,16 +31,18 @@ public:
     /// An empty callback discards what arrives.
     virtual void setRxCallBack(RxCallBack const& cb) = 0;
 
-    /// From the next open() on, the socket is bound only when `guard` is reached. Null for none.
+    /// From the next open() on, the socket is bound only when `guard` is reached. Null means no
+    /// guard.
     virtual void setBindGuard(std::shared_ptr<WaitPoint> guard) = 0;
 
-    /// A second callback, run after the first one for every `period`-th datagram. The datagrams of
-    /// all connections of the process count, those without a second callback excepted.
+    /// Sets a second callback, which runs after the first one for every `period`-th datagram. All
+    /// connections of the process share one count. A connection without a second callback adds
+    /// nothing to it.
     virtual void setPeriodicRxCallBack(RxCallBack const& cb, unsigned int period) = 0;
 
-    /// Delivers the datagrams that are queued in the socket, up to an empty one: the event loop
-    /// reports those after it. Once a signal has been caught that ends the run, all that have
-    /// arrived so far are delivered, and none that come later.
+    /// Delivers the datagrams that are queued in the socket. It stops at an empty one, and the
+    /// event loop reports those after it. Once a signal that ends the run has been caught, it
+    /// delivers all that have arrived so far, and none that come later.
     virtual void rxDataReady() = 0;
 };
 

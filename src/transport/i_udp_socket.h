@@ -9,10 +9,11 @@
 class IUdpSocket
 {
 public:
-    /// The longest datagram in either direction; a longer one is received cut to this size.
+    /// The longest datagram in either direction. A longer one is cut to this size when it is
+    /// received.
     static constexpr unsigned MAX_DATAGRAM_SIZE = 1600;
 
-    /// One datagram. Nothing clears it: only the first `len` bytes of `data` mean anything.
+    /// One datagram. It is not cleared: only the first `len` bytes of `data` mean anything.
     struct message_t
     {
         sockaddr_in addr; // sender when received, destination when sent
@@ -25,7 +26,7 @@ public:
     virtual bool bind() = 0;
     virtual bool close() = 0;
 
-    /// Sends one datagram. One that the kernel cannot take at once is dropped and counts as sent.
+    /// Sends one datagram. If the kernel cannot take it at once, it is dropped and counts as sent.
     virtual bool transmit(sockaddr_in const* to, unsigned char const* data, unsigned int len) = 0;
     virtual bool transmit(message_t const& msg) = 0;
 

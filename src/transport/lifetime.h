@@ -1,8 +1,8 @@
 #ifndef TRANSPORT_LIFETIME_H
 #define TRANSPORT_LIFETIME_H
 
-/// Tells a member function whether a callback that it ran has destroyed its object. A member of the
-/// object, which needs no further memory for it.
+/// Tells a member function whether a callback that it ran has destroyed its object. It is a member
+/// of that object, and allocates nothing.
 class Lifetime
 {
 public:

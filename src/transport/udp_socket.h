@@ -23,8 +23,8 @@ public:
     message_t receive() override;
     int getFd() const override;
 
-    /// What has arrived stays in the queue; from now on nothing is added to it. False, printing
-    /// nothing, when that cannot be had.
+    /// Refuses datagrams from now on. What has already arrived stays in the queue. Returns false on
+    /// failure, and prints nothing.
     bool refuseFurther();
 
 private:

@@ -4,7 +4,7 @@
 
 void WaitPoint::setCallback(std::function<bool()> callback)
 {
-    // The former callback may take the gate with it: it goes last.
+    // The former callback is released last: it may destroy the gate.
     HeldFunction<bool()>::Hold const former(m_callback);
     m_callback = std::move(callback);
     if (m_reached && m_callback)

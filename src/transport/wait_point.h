@@ -5,8 +5,8 @@
 
 #include "held_function.h"
 
-/// A gate: its callback runs as soon as both have happened, the callback was set and the gate was
-/// reached.
+/// A gate. Its callback runs as soon as the callback is set and the gate is reached, in either
+/// order.
 class WaitPoint
 {
 public:
@@ -18,8 +18,8 @@ public:
     /// Starts whatever leads to call().
     virtual void start() = 0;
 
-    /// The gate is reached. Runs the callback, every time, and returns its result; false without
-    /// one. The callback may replace itself and destroy the gate.
+    /// Tells that the gate is reached. Runs the callback, every time, and returns its result; false
+    /// without one. The callback may replace itself and destroy the gate.
     bool call();
 
 private:
