@@ -117,7 +117,7 @@ private:
     std::string m_name;
 };
 
-// Without observers. The file is opened anew before its end, which would print.
+// Without observers. The file is opened again before its end, because the end would be printed.
 static void readFrame(benchmark::State& state)
 {
     static constexpr int64_t FRAMES = 100000;
@@ -172,7 +172,7 @@ private:
     std::vector<_fdloop_timer_t*> m_timers;
 };
 
-// Behind all others: the longest way.
+// After all others: the longest way.
 static void insertTimer(benchmark::State& state)
 {
     IdleTimers const others(state.range(0));

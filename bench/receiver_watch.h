@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-/// Looks at the process that receives on a UDP port of this machine, through /proc. Throws
-/// std::runtime_error when it cannot be seen, or no more.
+/// Looks through /proc at the process that receives on a UDP port of this machine. Throws
+/// std::runtime_error if it cannot be seen, or not any more.
 class ReceiverWatch
 {
 public:

@@ -171,7 +171,7 @@ int fcntl(int fd, int command, ...)
     return command == F_SETFL && fails("fcntl") ? -1 : next("fcntl", &fcntl)(fd, command, argument);
 }
 
-// The sanitizers have an allocator of their own.
+// The sanitizers have their own allocator.
 #ifndef __SANITIZE_ADDRESS__
 // The names are the C library's.
 // NOLINTBEGIN(bugprone-reserved-identifier)

@@ -104,7 +104,7 @@ static uint64_t programCounter(pid_t pid)
 #endif
 }
 
-// Where the executable, the first file that the kernel maps, lies in memory.
+// Where the executable lies in memory: it is the first file that the kernel maps.
 static Range executable(pid_t pid)
 {
     std::string const prefix = "/proc/" + std::to_string(pid);

@@ -1,5 +1,5 @@
-// The input is the arguments behind the program's name, a zero byte between any two; none when it
-// is empty.
+// The input is the arguments after the program's name, separated by zero bytes. There are none if
+// it is empty.
 
 #include <climits>
 #include <cstdint>

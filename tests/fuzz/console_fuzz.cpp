@@ -1,5 +1,5 @@
-// The input is something to be printed: which way (1 byte), room or log level (1), a number (4),
-// how many bytes script the writes (1), the script, and the text up to a zero byte.
+// The input is a text to print: in which way (1 byte), the room or log level (1), a number (4), how
+// many bytes the script of the writes has (1), the script, and the text up to a zero byte.
 
 #include <algorithm>
 #include <cerrno>
@@ -25,7 +25,7 @@ static wint_t characterOf(int number)
     return number == 0 ? 1 : static_cast<wint_t>(number);
 }
 
-// What the C library makes of it, given room enough; nothing where it fails.
+// What the C library prints with enough room. Nothing if it fails.
 static std::string formatted(std::string const& text, int number)
 {
     wint_t const character = characterOf(number);

@@ -1,6 +1,6 @@
-// The input is a log. What the scanner finds in it is judged by the format alone: everything is
-// covered once, what it calls a frame is one, however the bytes arrive, and what it finds is a log
-// without damage.
+// The input is a log. The format alone judges what the scanner finds: every byte is in exactly one
+// event, every frame is a frame, the pieces in which the bytes arrive make no difference, and the
+// frames alone are a log without damage.
 
 #include <cstdlib>
 #include <cstring>

@@ -1,7 +1,5 @@
-// The input is what happens to a receiver of greetings, one after the other: a letter, a count, and
-// for a datagram as many bytes.
-//   'i', 'o', '0'  a datagram from an IPv4 address, from another family, from nowhere
-//   any other      so many records are sent
+// The input is what happens to a receiver of hellos, step by step: a letter, a count, and for a
+// datagram that many bytes.
 
 #include <cstring>
 #include <string>
@@ -15,7 +13,7 @@
 namespace
 {
 
-/// What the receiver has to make of it.
+/// What the receiver must do.
 struct Expected
 {
     unsigned budget = 0;

@@ -1,5 +1,5 @@
-// The input is a log: the records that are read from it, the datagrams that they are sent in, and
-// what is printed where the reading ends.
+// The input is a log. Judged are the records that are read from it, the datagrams in which they are
+// sent, and what is printed where reading ends.
 
 #include <cstring>
 #include <string>
@@ -17,7 +17,7 @@ static constexpr char const* NO_CONTENT = "could not read frame content, return 
 namespace
 {
 
-/// A file in memory; opening its name opens it anew.
+/// A file in memory. Opening its name opens it again from the start.
 class MemoryFile
 {
 public:
@@ -39,8 +39,7 @@ private:
 
 }
 
-// Whether the log starts with a frame that is whole and right. If not, `text` is what the reader
-// says about it.
+// Whether the log starts with an intact frame. If not, `text` is what the reader prints about it.
 static bool startsWithFrame(uint8_t const* log, size_t size, std::string& text)
 {
     if (size < HEADER_SIZE) {

@@ -1,4 +1,4 @@
-// The input is a log: what log_kit's subcommands make of it goes together.
+// The input is a log. What log_kit's subcommands say about it must agree.
 
 #include <cstdlib>
 #include <filesystem>

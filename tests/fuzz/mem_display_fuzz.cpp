@@ -1,5 +1,5 @@
-// The input is memory to be dumped: the width, whether its own address is shown (1 bit) and how far
-// it is off its alignment (7 bits), the address to show otherwise (8 bytes), and the memory.
+// The input is memory to dump: the width, whether its own address is shown (1 bit), how far it is
+// off its alignment (7 bits), otherwise the address to show (8 bytes), and the memory.
 
 #include <algorithm>
 #include <cstdint>

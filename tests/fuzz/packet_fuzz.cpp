@@ -1,10 +1,10 @@
-// The input is a datagram from the device: what the controller makes of it.
+// The input is a datagram from the device. Judged is what the controller does with it.
 
 #include "broken_invariant.h"
 #include "outlet.h"
 #include "playback_controller.h"
 
-// The check that a datagram breaks: a device that sends one is broken.
+// The check that a datagram fails. A device that sends one is broken.
 static int expectedLine(uint8_t const* data, size_t size)
 {
     if (size < HEADER_SIZE)

@@ -25,8 +25,8 @@ ExhaustedMemory::~ExhaustedMemory()
     s_exhausted = false;
 }
 
-// All that allocate or free single objects: none may be left to a sanitizer, which would not know
-// the memory of the others.
+// All operators for single objects are replaced: a sanitizer's own would not know the memory of
+// these.
 void* operator new(size_t size, std::nothrow_t const& /*tag*/) noexcept
 {
     ++s_counts[std::min(size, std::size(s_counts) - 1)];

@@ -5,7 +5,8 @@
 
 // For programs that link `allocations`: it replaces operator new.
 
-/// How often this program has called operator new, for at least so many bytes: up to 255.
+/// How often this program has called operator new for at least `atLeast` bytes, which may be at
+/// most 255.
 unsigned allocationCount(size_t atLeast = 0);
 
 /// While it lives, operator new throws std::bad_alloc.

@@ -27,7 +27,7 @@ int ChildResult::signal() const
     return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
 }
 
-// A child ends by abort or _exit, without the exit handlers that save which lines it has run.
+// A child ends by abort or _exit, so the exit handlers that save its coverage do not run.
 static void keepCoverageAtAbort()
 {
 #ifdef LOG_TOOL_COVERAGE

@@ -18,12 +18,12 @@ struct ChildResult
     int signal() const;
 };
 
-/// Runs `action` in a child process: for what ends the process or changes it for good. A child
-/// whose action returns exits with 0; one that hangs is ended by SIGALRM.
+/// Runs `action` in a child process, for actions that end the process or change it for good. A
+/// child whose action returns exits with 0. One that hangs is ended by SIGALRM.
 ChildResult runInChild(std::function<void()> const& action);
 
-/// Runs `action` in a child process, as soon as this one sleeps in a system call. `action` gets the
-/// id of this one.
+/// Runs `action` in a child process as soon as this process sleeps in a system call. `action` gets
+/// the id of this process.
 void onceAsleep(std::function<void(pid_t)> const& action);
 
 #endif

@@ -10,8 +10,8 @@
 /// Frames back to back, each as its own bytes, so that a test knows what must survive.
 using Frames = std::vector<std::string>;
 
-/// So many frames of all types in a random order, 10 ms apart from `firstTicks` on, with random
-/// payloads otherwise. The same for the same seed.
+/// `count` frames of all types in random order, 10 ms apart from `firstTicks` on, with random
+/// payloads. The same for the same seed.
 Frames generateFrames(unsigned seed, size_t count, uint32_t firstTicks = 1000);
 
 /// A GnssData frame with these bytes in its payload, `at` bytes from the frame's start.

@@ -13,7 +13,7 @@ struct Golden
 
 Golden readGolden(std::string const& file);
 
-/// The names of those that end so.
+/// The names of the files that end with this.
 std::vector<std::string> goldenFiles(std::string const& ending);
 
 #endif

@@ -7,7 +7,7 @@
 
 #include "log_frames/i_byte_source.h"
 
-/// Bytes in memory, given out so many at a time.
+/// Bytes in memory, given out in pieces of one size.
 class MemorySource : public IByteSource
 {
 public:

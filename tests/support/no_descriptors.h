@@ -3,7 +3,7 @@
 
 #include <sys/resource.h>
 
-/// While it lives the process can open no descriptor; those that are open stay so.
+/// While it lives, the process cannot open a descriptor. Those that are open stay open.
 class NoDescriptors
 {
 public:

@@ -18,8 +18,8 @@ inline Bytes operator+(Bytes bytes, Bytes const& more)
     return bytes;
 }
 
-/// A record of each type, no two bytes of a number alike, with the device's datagram and the log
-/// frame that carry it, written out from the formats.
+/// A record of each type, with the device's datagram and the log frame that hold it, written out
+/// from the formats. No two bytes of a number are alike.
 template <class Record>
 struct Sample;
 
@@ -229,7 +229,7 @@ void forEachSample(Action const& action)
     action(Sample<GenericData>());
 }
 
-/// The record as it lies in memory; none has padding.
+/// The bytes of the record in memory. No record has padding.
 template <class Record>
 Bytes bytesOf(Record const& record)
 {
@@ -245,7 +245,7 @@ Bytes toBytes(Container const& container)
     return {container.begin(), container.end()};
 }
 
-/// What the sample's frame carries between its header and its footer.
+/// The bytes between the header and the footer of the sample's frame.
 template <class Record>
 Bytes samplePayload()
 {
@@ -276,7 +276,7 @@ struct FloatCase
     std::array<unsigned char, 4> net; // big-endian, as on the wire
 };
 
-/// Values that arithmetic or a comparison could spoil: they have to travel bit for bit.
+/// Values that arithmetic or a comparison could spoil. They must pass bit for bit.
 inline constexpr FloatCase SPECIAL_FLOATS[] = {
     {"one", 0x3F800000, {0x3F, 0x80, 0x00, 0x00}},
     {"ordinary", 0xC3456789, {0xC3, 0x45, 0x67, 0x89}},

@@ -6,7 +6,7 @@
 #include "fdloop.h"
 #include "fdloop_handle.h"
 
-/// A loop that is freed at the end, with all its entries: the library itself has no such operation.
+/// A loop that is freed at the end with all its entries. The library itself cannot free one.
 class ScopedLoop
 {
 public:

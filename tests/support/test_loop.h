@@ -18,7 +18,7 @@ inline bool runUntil(std::function<bool()> const& condition)
     static constexpr unsigned TICK_MS = 50;
     static constexpr unsigned MAX_TICKS = 20000 / TICK_MS;
 
-    // Without it a pass could wait for ever, or long after its timers have met the condition.
+    // Without it a pass could wait forever, or long after its timers have met the condition.
     unsigned ticks = 0;
     _fdloop_timer_t* const ticker = fdloop_timer_add(
         testLoop(), TICK_MS,

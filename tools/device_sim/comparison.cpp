@@ -43,7 +43,7 @@ static void count(Comparison& comparison, uint8_t index, uint64_t Differences::*
     ++(comparison.total.*difference);
 }
 
-// For each received record the position at which it was expected. Counts those without a partner.
+// For each received record the position at which it was expected. Counts the records without one.
 static std::vector<Position> pair(RecordSequence const& expected, RecordSequence const& received,
                                   Comparison& comparison)
 {
@@ -69,7 +69,7 @@ static std::vector<Position> pair(RecordSequence const& expected, RecordSequence
     return positions;
 }
 
-// Whether the position is behind the latest one so far; moves that on.
+// Whether the position comes after the latest one so far. If so, it becomes the latest.
 static bool isBehind(Position position, Position& latest)
 {
     bool const behind = position < latest;

@@ -23,7 +23,7 @@ struct Datagram
     }
 };
 
-/// A record's datagram, ready to go out at its time.
+/// A record's datagram, ready to be sent when it is due.
 struct DueRecord
 {
     int64_t due;  // of the stream

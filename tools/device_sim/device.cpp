@@ -26,7 +26,8 @@ static int64_t monotonicTime()
     return static_cast<int64_t>(now.tv_sec) * NS_PER_S + now.tv_nsec;
 }
 
-// SIGINT and SIGTERM as a descriptor. They stay blocked: whatever comes later, the report follows.
+// SIGINT and SIGTERM as a descriptor. They stay blocked, so that no later signal prevents the
+// report.
 static int openEndSignals()
 {
     sigset_t set;
@@ -123,7 +124,7 @@ void Device::sendDue(int64_t now)
     }
 }
 
-// The records are made ahead, so that the whole batch leaves at its time and wakes us only once.
+// The records are made in advance, so that the whole batch leaves on time and wakes us only once.
 void Device::fetchBatch()
 {
     m_batch.clear();
@@ -157,7 +158,7 @@ void Device::greeted(sockaddr_in const& from, int64_t now)
         m_isGreeted = true;
         m_start = now;
     } else if (!isStreaming(now) && m_options.isPaced) {
-        // Nobody listened: what was due or held back meanwhile is lost.
+        // Nobody was listening. What was due or held back meanwhile is lost.
         m_stream.seek(now - m_start, m_transmitter.records());
         fetchBatch();
     }

@@ -12,7 +12,7 @@
 #include "device_sim/stream.h"
 #include "device_sim/transmitter.h"
 
-/// The device at work: answers greetings with the stream, and takes what a replay sends.
+/// The running device: answers hellos with the stream, and receives what a replay sends.
 class Device
 {
 public:
@@ -23,8 +23,8 @@ public:
     Device(Device const&) = delete;
     Device& operator=(Device const&) = delete;
 
-    /// Returns when the options say so, or after SIGINT or SIGTERM, which the process ignores
-    /// otherwise from the construction on.
+    /// Returns when the options say so, or after SIGINT or SIGTERM. From its construction on, the
+    /// process ignores both otherwise.
     void run();
 
 private:

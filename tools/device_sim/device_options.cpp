@@ -5,7 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
-// As CLI::Range, which lets "nan" pass.
+// Like CLI::Range, which accepts "nan".
 static CLI::Validator within(double min, double max)
 {
     return {[=](std::string const& text) -> std::string {

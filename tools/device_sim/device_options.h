@@ -27,8 +27,8 @@ struct DeviceOptions
     std::string expectFile; // the log whose replay is to come in
 };
 
-/// Fills `options`, or returns the exit status if the program is to end: the help, or a message
-/// about what is wrong, has been printed then.
+/// Fills `options`. If the program must end, prints the help or what is wrong, and returns the exit
+/// status.
 std::optional<int> parseOptions(int argc, char** argv, DeviceOptions& options);
 
 #endif

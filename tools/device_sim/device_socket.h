@@ -13,7 +13,7 @@
 class DeviceSocket
 {
 public:
-    /// A datagram that came in. A longer one than the buffer is cut to it.
+    /// A received datagram. One longer than the buffer is cut to it.
     struct Reception
     {
         sockaddr_in from = {};

@@ -6,7 +6,7 @@
 
 #include "hello.h"
 
-/// Whether the datagram is the greeting that asks the device to stream, and no more.
+/// Whether the datagram is exactly the hello that asks the device to stream.
 inline bool isHello(unsigned char const* data, size_t size)
 {
     return size == sizeof HELLO && memcmp(data, HELLO, sizeof HELLO) == 0;

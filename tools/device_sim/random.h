@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-/// The SplitMix64 step as a hash. A number drawn by what it is for, instead of in sequence, is the
-/// same in every run, whatever else was drawn before it.
+/// The SplitMix64 step as a hash. A number depends on what it is for, not on the numbers drawn
+/// before it, so every run draws the same.
 constexpr uint64_t mix(uint64_t value)
 {
     value += 0x9E3779B97F4A7C15;

@@ -35,7 +35,7 @@ void Receiver::received(unsigned char const* data, size_t size, int64_t time)
         using Record = decltype(record);
         if (size != packetSize<Record>())
             return;
-        // Encoding again what was decoded checks the header and the flags as well.
+        // Encoding the decoded record again checks the header and the flags, too.
         record = decodePacket<Record>(data);
         if (memcmp(encodePacket(record).data(), data, size) != 0)
             return;

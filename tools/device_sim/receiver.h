@@ -9,7 +9,7 @@
 #include "device_sim/expected_log.h"
 #include "record_list.h"
 
-/// How early (negative) or late records came, in ms, the first one of all being on time.
+/// How early (negative) or late records came, in ms. The first record counts as on time.
 struct Lateness
 {
     double min;
@@ -34,32 +34,32 @@ struct ReceivedReport
     std::optional<Lateness> firstTenth; // of all records in the order of arrival
     std::optional<Lateness> lastTenth;
     uint64_t hellos = 0;
-    uint64_t other = 0;     // neither a greeting nor exactly a record's datagram
+    uint64_t other = 0;     // neither a hello nor exactly a record's datagram
     uint64_t overflows = 0; // came in and were lost here
 
-    /// Whether the expected log came, complete, in order and with nothing else.
+    /// Whether the expected log came: complete, in order and nothing else.
     bool isAsExpected() const;
 };
 
-/// Keeps the statistics of what a replay sends to the device: some bytes for every datagram.
+/// Keeps the statistics of what a replay sends to the device, a few bytes per datagram.
 class Receiver
 {
 public:
     /// Without an expected log contents are not compared.
     explicit Receiver(std::optional<RecordSequence> expected);
 
-    /// `time` in ns of any clock that all calls share.
+    /// `time` is in ns of any one clock.
     void received(unsigned char const* data, size_t size, int64_t time);
     void receivedHello() { ++m_hellos; }
     void setOverflows(uint32_t overflows) { m_overflows = overflows; }
 
-    /// All but greetings.
+    /// Counts all datagrams except hellos.
     uint64_t datagrams() const { return m_datagrams; }
 
     ReceivedReport report() const;
 
 private:
-    // The order by time stamps, among all records or those of one type.
+    // The order by time stamps, of all records or of one type.
     struct StampOrder
     {
         bool hasLatest = false;

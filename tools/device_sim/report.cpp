@@ -25,7 +25,7 @@ static std::vector<Counter> othersOf(ReceivedReport const& received)
         {"hellos", received.hellos}, {"other", received.other}, {"overflows", received.overflows}};
 }
 
-// A table column, right-aligned; a value that is not known is a dash.
+// A table column, right-aligned. An unknown value is a dash.
 template <class Value>
 static void addColumn(std::ostream& text, Value const& value)
 {

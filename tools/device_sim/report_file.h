@@ -4,20 +4,20 @@
 #include <cstdio>
 #include <string>
 
-/// Where a report goes at the end of a run. Opened at its start: a run of hours must not end
-/// without a place for its report.
+/// The file for the report at the end of a run. It is opened at the start, so that a run of hours
+/// cannot end without a place for its report.
 class ReportFile
 {
 public:
-    /// "-" is the standard output. What the file holds stays there until write(). Throws
-    /// std::system_error when it cannot be written.
+    /// "-" is the standard output. The file keeps its content until write(). Throws
+    /// std::system_error if it cannot be written.
     explicit ReportFile(std::string const& name);
     ~ReportFile();
     ReportFile(ReportFile const&) = delete;
     ReportFile& operator=(ReportFile const&) = delete;
 
-    /// Replaces the content by this line. Call it once. Throws std::system_error when it is not
-    /// written whole.
+    /// Replaces the content by this line. Call it once. Throws std::system_error if the line cannot
+    /// be written completely.
     void write(std::string const& line);
 
 private:

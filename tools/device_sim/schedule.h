@@ -7,7 +7,7 @@
 #include "device_sim/simulation_time.h"
 #include "record_list.h"
 
-/// Tells which record is due when: each type at its own rate, from time 0 on. Records due at the
+/// Tells when which record is due: each type at its own rate, from time 0 on. Records due at the
 /// same time come in the order of their types.
 class Schedule
 {
@@ -29,7 +29,7 @@ public:
 
     Slot next();
 
-    /// Goes on with the first records due at the time or later.
+    /// Continues with the first records due at `time` or later.
     void seek(int64_t time);
 
 private:

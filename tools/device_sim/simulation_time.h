@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <limits>
 
-// Times are nanoseconds in 64 bits: of the stream, from its first record on, or of a clock.
+// Times are 64-bit nanoseconds, either of the stream, from its first record on, or of a clock.
 
 constexpr int64_t NS_PER_S = 1'000'000'000;
 constexpr int64_t NS_PER_MS = 1'000'000;

@@ -56,7 +56,7 @@ void Stream::shuffleWindow()
         std::swap(m_window[i - 1], m_window[static_cast<size_t>(other)]);
     }
 
-    // A record that is out of order comes late: none goes out before it is measured.
+    // Records leave out of order by being late: none leaves before it is measured.
     int64_t due = 0;
     for (auto& record : m_window)
         record.due = due = std::max(due, record.due);

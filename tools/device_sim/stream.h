@@ -28,10 +28,10 @@ public:
 
     explicit Stream(Settings const& settings);
 
-    /// Nothing once the stream is over. May be called long before the record is due.
+    /// Nothing once the stream has ended. May be called long before the record is due.
     std::optional<DueRecord> next();
 
-    /// Goes on at the time. `sent` are the records that were used: the others that next() gave do
+    /// Continues at `time`. `sent` is how many of the records from next() were used; the others do
     /// not count.
     void seek(int64_t time, uint64_t sent);
 

@@ -36,7 +36,7 @@ Vector Motion::angularRates() const
 
 Motion motionAt(int64_t time)
 {
-    // Reduced to one lap first: a long run loses no precision.
+    // Reduced to one lap first, so that a long run loses no precision.
     double const phase = 2.0 * M_PI * static_cast<double>(time % LAP) / static_cast<double>(LAP);
     double const w = ANGULAR_FREQUENCY;
 

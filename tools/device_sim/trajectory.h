@@ -13,8 +13,8 @@ struct Vector
 
 double dot(Vector const& a, Vector const& b);
 
-/// A vehicle's motion at one moment, relative to the centre of its course. It points where it goes
-/// and does not roll.
+/// A vehicle's motion at one moment, relative to the centre of its course. It points in its
+/// direction of travel and does not roll.
 struct Motion
 {
     Vector position;     // m, north-east-down

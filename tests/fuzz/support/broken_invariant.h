@@ -10,8 +10,8 @@ struct BrokenInvariant
     int line;
 };
 
-/// Runs `action` and returns the line of the check that it broke, 0 for none. A check of any unit
-/// but `unit` is a finding, as is every other panic.
+/// Runs `action` and returns the line of the check that failed, 0 if none did. A check of a unit
+/// other than `unit` is a finding, and so is every other panic.
 template <class Action>
 int brokenLine(std::string_view unit, Action const& action)
 {

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <memory>
 
-/// A copy of some bytes that ends where its memory ends: AddressSanitizer sees every read behind
-/// it.
+/// A copy of some bytes that ends where its memory ends, so that AddressSanitizer sees every read
+/// past its end.
 class ExactBytes
 {
 public:
@@ -29,7 +29,7 @@ private:
     size_t m_size;
 };
 
-/// Takes an input apart from its front to its back. What is not there reads as 0.
+/// Takes an input apart, from front to back. Reading past its end gives 0.
 class ByteSource
 {
 public:

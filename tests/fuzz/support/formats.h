@@ -9,9 +9,9 @@
 
 #include "require.h"
 
-// docs/datagrams.md and docs/log_format.md once more, and not in terms of the sources, so that the
-// sources can be judged by it: a payload is words of 4 bytes, big-endian in a datagram and
-// little-endian in memory and log; only an attitude ends in 4 flags.
+// The formats of docs/datagrams.md and docs/log_format.md, written a second time without using the
+// sources, to judge them: a payload is words of 4 bytes, big-endian in a datagram and little-endian
+// in memory and in a log. Only an attitude ends in 4 flags.
 
 constexpr size_t HEADER_SIZE = 8; // of datagrams and frames alike
 constexpr size_t FOOTER_SIZE = 4;
@@ -48,7 +48,8 @@ inline size_t payloadSize(uint8_t type)
     return type < std::size(SIZES) ? SIZES[type] : 0;
 }
 
-/// The record in memory that a payload in a log becomes: the same bytes, but a flag is 0 or 1.
+/// The record in memory that a payload in a log becomes: the same bytes, except that a flag becomes
+/// 0 or 1.
 inline Bytes recordInFrame(uint8_t type, uint8_t const* payload)
 {
     static constexpr size_t FLAGS_AT = 20;

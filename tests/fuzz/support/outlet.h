@@ -11,7 +11,7 @@
 #include "subscribe_all.h"
 #include "ti_multi_observer.h"
 
-/// Keeps the latest record, as it lies in memory.
+/// Keeps the bytes of the latest record.
 class LatestRecord : public TIMultiObserver<ImuData, GnssData, GnssPvt, AttitudeData, GenericData>
 {
 public:

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Makes the input a finding unless `condition` holds; `what` says what should have held.
+/// Makes the input a finding unless `condition` holds. `what` says what should hold.
 inline void require(bool condition, char const* what)
 {
     if (condition)

@@ -12,7 +12,7 @@
 namespace
 {
 
-/// Keeps an entry of every record that it is to send.
+/// Keeps an entry for every record that it is given to send.
 class SentRecords : public ILogController
 {
 public:

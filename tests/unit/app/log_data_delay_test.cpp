@@ -25,8 +25,7 @@ namespace
 /// A time and the stamp of the record that was passed on at it, both since the first.
 using Delivery = std::pair<uint32_t, uint32_t>;
 
-/// A delay with a clock of its own. It is fed with what waits in `pending`, a record when the one
-/// before has been passed on, and all that comes out is logged.
+/// A delay on a stepped clock, and a log of what it passes on.
 template <class Record>
 class LogDataDelayTest : public testing::Test
 {
@@ -53,7 +52,7 @@ protected:
         m_sent = 0;
     }
 
-    /// Expects that the stamped record is passed on after exactly so many milliseconds.
+    /// Expects that the stamped record is passed on after exactly `ms` milliseconds.
     void expectAfter(uint32_t ms)
     {
         advance(ms - 1);
@@ -72,7 +71,7 @@ protected:
 class GenericDelay : public LogDataDelayTest<GenericData>
 {
 protected:
-    /// Has the delay ask for record after record, and notes when each comes out.
+    /// Lets the delay ask for record after record, and notes when it passes each on.
     std::vector<Delivery>& feed(std::vector<uint32_t> const& stamps)
     {
         m_pending.assign(stamps.begin(), stamps.end());

@@ -19,7 +19,7 @@
 namespace
 {
 
-/// A mode that tells what the tool's mode is, and what the log file holds, when it ends.
+/// A mode that notes at its end what the tool's mode is and what the log file holds.
 class ProbeMode : public Mode
 {
 public:
@@ -102,7 +102,7 @@ TEST_F(LogToolTest, recordsIntoItsFileFromItsConnection)
     EXPECT_EQ(sampleFrames<GnssPvt>(), readBytes(m_dir.file("log")));
 }
 
-TEST_F(LogToolTest, greetsTheDeviceAtItsAddress)
+TEST_F(LogToolTest, saysHelloToTheDeviceAtItsAddress)
 {
     m_tool.record();
     EXPECT_EQ("send hello\n",

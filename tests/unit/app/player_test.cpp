@@ -97,7 +97,7 @@ protected:
     bool m_sentAtCompletion = false;
 };
 
-/// With a clock that stands still, so that no record comes due of itself.
+/// With a stopped clock, so that no record becomes due by itself.
 class SteppedPlayer : public PlayerTest
 {
 protected:
@@ -106,7 +106,7 @@ protected:
     SteppedClock m_clock{START_MS};
 };
 
-/// Counts what it is to send, and notes how deep in the stack that is asked of it.
+/// Counts the records that it is given to send, and notes how deep in the stack that happens.
 class StackProbe : public IUdpCon
 {
 public:

@@ -66,7 +66,7 @@ protected:
     }
     void stopRecording() { m_recorder.reset(); }
 
-    /// The connections of a process share the count of datagrams on which the greetings depend.
+    /// All connections of a process share the count of datagrams that triggers hellos.
     void clearDatagramCount()
     {
         FdloopUdpCon other(testLoop(), 0);
@@ -79,7 +79,7 @@ protected:
         EXPECT_TRUE(called);
     }
 
-    /// Has the connection read so many datagrams, without running the loop's timers.
+    /// Lets the connection read `count` datagrams without running the loop's timers.
     void receiveDatagrams(int count)
     {
         for (int i = 0; i < count; ++i)
@@ -106,7 +106,7 @@ protected:
 }
 
 // The loop runs due timers in the order of their times, however late it is.
-TEST_F(RecorderTest, greetsASilentDeviceAfterASecond)
+TEST_F(RecorderTest, saysHelloToASilentDeviceAfterASecond)
 {
     LineAfter const before(900, "0.9 s");
     EXPECT_EQ("0.9 s\ntimeout: send hello\n1.1 s\n", capturedOutput([this] {
@@ -117,7 +117,7 @@ TEST_F(RecorderTest, greetsASilentDeviceAfterASecond)
     expectHellos(1);
 }
 
-TEST_F(RecorderTest, greetsASilentDeviceAgainAndAgainAndRecordsNothing)
+TEST_F(RecorderTest, saysHelloToASilentDeviceEverySecondAndRecordsNothing)
 {
     EXPECT_EQ("timeout: send hello\ntimeout: send hello\n", capturedOutput([this] {
                   startRecording();
@@ -130,7 +130,7 @@ TEST_F(RecorderTest, greetsASilentDeviceAgainAndAgainAndRecordsNothing)
     EXPECT_EQ(Bytes(), logFile());
 }
 
-TEST_F(RecorderTest, greetsAgainOnceTheLastGreetingIs900MillisecondsOld)
+TEST_F(RecorderTest, saysHelloAgainOnceTheLastOneIs900MillisecondsOld)
 {
     static constexpr uint32_t START_MS = 5000;
     static constexpr uint32_t PERIOD_MS = 1000;
@@ -150,7 +150,7 @@ TEST_F(RecorderTest, greetsAgainOnceTheLastGreetingIs900MillisecondsOld)
     }
 }
 
-TEST_F(RecorderTest, greetsTheDeviceAfterEveryFiftiethDatagram)
+TEST_F(RecorderTest, saysHelloAfterEveryFiftiethDatagram)
 {
     startRecording();
     EXPECT_EQ("", capturedOutput([this] { receiveDatagrams(49); }));
@@ -165,7 +165,7 @@ TEST_F(RecorderTest, greetsTheDeviceAfterEveryFiftiethDatagram)
     }
 }
 
-TEST_F(RecorderTest, greetsOncePerFiftyDatagramsOfABurst)
+TEST_F(RecorderTest, saysHelloOncePerFiftyDatagramsOfABurst)
 {
     startRecording();
     EXPECT_EQ("send hello\nsend hello\n", capturedOutput([this] { receiveDatagrams(149); }));
@@ -243,7 +243,7 @@ TEST_F(RecorderTest, leavesNothingBehindInTheLoop)
     EXPECT_EQ(Bytes(), logFile()) << "recorded after the end";
 }
 
-TEST_F(RecorderTest, goesOnWhenAGreetingCannotBeSent)
+TEST_F(RecorderTest, goesOnWhenAHelloCannotBeSent)
 {
     startRecording();
     m_address->sin_port = 0;

@@ -7,7 +7,7 @@ TEST(AttitudeData, liesInMemoryAsTicksFourFloatsAndFourFlags)
     EXPECT_EQ(samplePayload<AttitudeData>(), bytesOf(Sample<AttitudeData>::RECORD));
 }
 
-TEST(AttitudeData, keepsEachFlagInAByteOfItsOwn)
+TEST(AttitudeData, keepsEachFlagInItsOwnByte)
 {
     for (size_t flag = 0; flag < 4; ++flag) {
         SCOPED_TRACE(flag);

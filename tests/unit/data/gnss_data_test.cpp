@@ -56,7 +56,7 @@ TEST(GnssData, isStampedWithTheLaterSection)
     }
 }
 
-TEST(GnssData, hasASectionExactlyWhenItsTicksAreNotZero)
+TEST(GnssData, hasASectionOnlyIfItsTicksAreNotZero)
 {
     for (uint32_t const pvt : {0U, 1U, 0x80000000U}) {
         for (uint32_t const dop : {0U, 2U, 0xFFFFFFFFU}) {

@@ -33,7 +33,7 @@ static void offer(AcknowledgeUdpReceiver& receiver, sockaddr_in const& from, Byt
                       static_cast<unsigned>(block.size()));
 }
 
-/// Expects that the receiver hands out this address exactly so many times.
+/// Expects that the receiver gives out this address exactly `count` times.
 static void expectBudget(int count, sockaddr_in const& address, AcknowledgeUdpReceiver& receiver)
 {
     for (int i = 0; i < count; ++i) {
@@ -43,7 +43,7 @@ static void expectBudget(int count, sockaddr_in const& address, AcknowledgeUdpRe
     EXPECT_FALSE(receiver.isReceiverReady());
 }
 
-TEST(AcknowledgeUdpReceiver, isNotReadyBeforeTheFirstGreeting)
+TEST(AcknowledgeUdpReceiver, isNotReadyBeforeTheFirstHello)
 {
     AcknowledgeUdpReceiver receiver;
     EXPECT_FALSE(receiver.isReceiverReady());
@@ -51,7 +51,7 @@ TEST(AcknowledgeUdpReceiver, isNotReadyBeforeTheFirstGreeting)
     EXPECT_FALSE(receiver.isReceiverReady());
 }
 
-TEST(AcknowledgeUdpReceiver, becomesReadyOnGreetingsOnly)
+TEST(AcknowledgeUdpReceiver, becomesReadyOnHellosOnly)
 {
     struct
     {
@@ -87,7 +87,7 @@ TEST(AcknowledgeUdpReceiver, becomesReadyOnGreetingsOnly)
     }
 }
 
-TEST(AcknowledgeUdpReceiver, grantsTheGreeterAHundredRecords)
+TEST(AcknowledgeUdpReceiver, grantsAHundredRecordsToWhoSaysHello)
 {
     AcknowledgeUdpReceiver receiver;
     offer(receiver, FIRST, GREETING);
@@ -97,7 +97,7 @@ TEST(AcknowledgeUdpReceiver, grantsTheGreeterAHundredRecords)
     EXPECT_FALSE(receiver.isReceiverReady());
 }
 
-TEST(AcknowledgeUdpReceiver, restoresTheWholeBudgetWithEveryGreetingForTheLastGreeter)
+TEST(AcknowledgeUdpReceiver, restoresTheWholeBudgetWithEveryHelloForItsSender)
 {
     // One that is left, one that is used up, and one that was asked for more than its records.
     for (int const spent : {1, BUDGET, BUDGET + 7}) {
@@ -134,7 +134,7 @@ TEST(AcknowledgeUdpReceiver, keepsBudgetAndAddressOnAnyOtherDatagram)
     expectBudget(BUDGET - 1, FIRST, receiver);
 }
 
-TEST(AcknowledgeUdpReceiver, ignoresGreetersThatAreNotIPv4)
+TEST(AcknowledgeUdpReceiver, ignoresHellosThatAreNotIPv4)
 {
     struct
     {

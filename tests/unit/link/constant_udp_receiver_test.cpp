@@ -8,7 +8,7 @@
 
 static constexpr unsigned char GREETING[] = {0x68, 0x65, 0x6A, 0x00};
 
-TEST(ConstantUdpReceiver, isReadyForEverWithItsAddress)
+TEST(ConstantUdpReceiver, isAlwaysReadyWithItsAddress)
 {
     auto const address = std::make_shared<sockaddr_in>();
     ConstantUdpReceiver receiver(address);

@@ -63,7 +63,7 @@ protected:
         m_device.meet(*m_connection);
     }
 
-    /// Makes a controller that waits for a greeting and starts it.
+    /// Makes a controller that waits for a hello and starts it.
     void startWaiting()
     {
         m_controller = LogControllerFactory(m_connection).create();
@@ -122,7 +122,7 @@ TYPED_TEST(SendingController, sendsARecordAsOneDatagram)
     EXPECT_FALSE(this->m_device.hasDatagram());
 }
 
-TYPED_TEST(SendingController, dropsARecordBeforeTheGreeting)
+TYPED_TEST(SendingController, dropsARecordBeforeTheHello)
 {
     this->startWaiting();
     EXPECT_EQ("", capturedOutput([this] { this->m_controller->send(Sample<TypeParam>::RECORD); }));
@@ -193,7 +193,7 @@ TEST_F(LogControllerTest, sendsEveryRecordToItsAddressWhateverArrives)
     EXPECT_FALSE(stranger.hasDatagram());
 }
 
-TEST_F(LogControllerTest, sendsAHundredRecordsPerGreetingToTheLastGreeter)
+TEST_F(LogControllerTest, sendsAHundredRecordsPerHelloToItsLastSender)
 {
     LoopbackPeer first;
     LoopbackPeer second;
@@ -210,7 +210,7 @@ TEST_F(LogControllerTest, sendsAHundredRecordsPerGreetingToTheLastGreeter)
     EXPECT_FALSE(m_device.hasDatagram());
 }
 
-TEST_F(LogControllerTest, hearsTheGreetingThroughTheLoop)
+TEST_F(LogControllerTest, getsTheHelloThroughTheLoop)
 {
     startWaiting();
     m_device.send(GREETING);
@@ -236,7 +236,7 @@ TEST_F(LogControllerTest, forwardsEachDatagramWithItsSender)
     EXPECT_EQ(m_device.address().sin_addr.s_addr, receiver.sender.sin_addr.s_addr);
 }
 
-TEST_F(LogControllerTest, hearsNothingAfterTearDown)
+TEST_F(LogControllerTest, getsNothingAfterTearDown)
 {
     startWaiting();
     m_device.send(GREETING);
@@ -271,7 +271,7 @@ TEST_F(LogControllerTest, goesOnWhenARecordCannotBeSent)
     expectGeneric(1, m_device);
 }
 
-TEST_F(LogControllerTest, justSendsNothingWhenTheConnectionCannotBeOpened)
+TEST_F(LogControllerTest, sendsNothingWhenTheConnectionCannotBeOpened)
 {
     ChildResult const result = runInChild([this] {
         auto const taken = std::make_shared<FdloopUdpCon>(testLoop(), ntohs(m_address->sin_port));
@@ -315,7 +315,7 @@ TEST_F(LogControllerTest, neitherOpensNorSendsWithoutAReceiver)
               withoutTimes(capturedOutput([&controller] { controller.tearDown(); })));
 }
 
-TEST_F(LogControllerTest, waitsForAGreetingWhenItsAddressIsNull)
+TEST_F(LogControllerTest, waitsForAHelloWhenItsAddressIsNull)
 {
     m_controller = LogControllerFactory(m_connection, nullptr).create();
     m_controller->initialize();
@@ -341,7 +341,7 @@ TEST_F(LogControllerTest, leavesTheConnectionAloneWhenMadeAndDestroyed)
     EXPECT_EQ(1, fdloop_run(testLoop())) << "the connection is open";
 }
 
-TEST_F(LogControllerTest, isMadeAnewWithEveryCallOfTheFactory)
+TEST_F(LogControllerTest, isANewOneWithEveryCallOfTheFactory)
 {
     LogControllerFactory const factory(m_connection, m_address);
     long const owners = m_connection.use_count();
@@ -355,7 +355,7 @@ TEST_F(LogControllerTest, isMadeAnewWithEveryCallOfTheFactory)
     EXPECT_EQ(addressOwners + 2, m_address.use_count());
 }
 
-TEST_F(LogControllerTest, hasAReceiverOfItsOwn)
+TEST_F(LogControllerTest, hasItsOwnReceiver)
 {
     LogControllerFactory const factory(m_connection);
     m_controller = factory.create();

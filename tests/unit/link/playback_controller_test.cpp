@@ -45,7 +45,7 @@ protected:
     }
     void TearDown() override { m_controller->tearDown(); }
 
-    /// Waits until so many records have been published.
+    /// Waits until `count` records have been published.
     bool published(size_t count)
     {
         return runUntil([this, count] { return m_log->entries.size() >= count; });
@@ -248,7 +248,7 @@ TEST(PlaybackController, leavesTheConnectionAloneWhenMadeAndDestroyed)
     EXPECT_EQ(1, fdloop_run(testLoop())) << "the connection is open";
 }
 
-TEST(PlaybackController, justReceivesNothingWhenTheConnectionCannotBeOpened)
+TEST(PlaybackController, receivesNothingWhenTheConnectionCannotBeOpened)
 {
     LoopbackPeer const device;
     ChildResult const result = runInChild([&device] {
@@ -273,7 +273,7 @@ TEST(PlaybackControllerFactory, makesANewControllerWithEveryCall)
     EXPECT_EQ(owners + 2, connection.use_count());
 }
 
-TEST(PlaybackControllerFactory, makesControllersWithSubscribersOfTheirOwn)
+TEST(PlaybackControllerFactory, makesControllersWithTheirOwnSubscribers)
 {
     PlaybackControllerFactory factory(nullptr);
     auto const first = std::dynamic_pointer_cast<PlaybackController>(factory.create());

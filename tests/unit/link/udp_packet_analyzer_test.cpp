@@ -21,7 +21,7 @@ protected:
         Bytes bytes = toBytes(Sample<Record>::PACKET);
         bytes[0] = type;
         bytes.resize(size, 0xEE);
-        bytes.shrink_to_fit(); // so that a sanitizer sees a byte read behind the end
+        bytes.shrink_to_fit(); // so that a sanitizer sees a read past the end
         return bytes;
     }
 

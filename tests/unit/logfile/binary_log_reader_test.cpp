@@ -193,7 +193,7 @@ TEST(BinaryLogReader, tellsAReadErrorFromTheEndOfTheFile)
     expectFailure("File read failed res 0, errno 5\n", [&] { return reader.readAndCheckFooter(); });
 }
 
-TEST(BinaryLogReader, startsAnewWithAnotherFile)
+TEST(BinaryLogReader, startsAgainWithAnotherFile)
 {
     TempDir const dir;
     writeBytes(dir.file("first"), sampleFrames<ImuData, ImuData>());

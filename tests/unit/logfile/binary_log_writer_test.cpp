@@ -109,7 +109,7 @@ class FullDevice : public testing::Test
 protected:
     void SetUp() override { m_writer.openFile("/dev/full"); }
 
-    /// Fills the buffer but for `offset` bytes and a multiple of the sizes below.
+    /// Fills the buffer except for `offset` bytes and a multiple of the sizes below.
     void writeFirst(size_t offset)
     {
         static unsigned char const BYTES[8] = {};

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-/// While it lives, tt_time_ms_elapsed says that so much more time has passed. Programs with it are
-/// linked with --wrap=_Z18tt_time_ms_elapsedj.
+/// While it lives, tt_time_ms_elapsed reports that much more time. Programs with it are linked with
+/// --wrap=_Z18tt_time_ms_elapsedj.
 class PassedTime
 {
 public:

@@ -12,7 +12,7 @@
 #include "passed_time.h"
 #include "tt_time.h"
 
-// What is noted stays noted: each test has a process of its own.
+// A caught signal is noted for good, so each test runs in its own process.
 
 namespace
 {
@@ -152,7 +152,7 @@ TEST(TtInterrupt, endsTheProcessWithAFurtherSignalAfterThreeSeconds)
     }
 }
 
-// Whoever has begun to end the run ignores the signal: that must not last for ever.
+// The end of a run ignores the signal. After three seconds it must work again.
 TEST(TtInterrupt, endsTheProcessAfterThreeSecondsAlsoWithASignalThatIsIgnoredByThen)
 {
     ChildResult const child = runInChild([] {

@@ -19,8 +19,8 @@
 #include "tt_panic.h"
 #include "tt_slog.h"
 
-// The outlet is for the whole life of a process: each test has a process of its own, whose results
-// are printed by `report` on its former output.
+// The outlet is opened for the rest of the process, so each test runs in its own process. `report`
+// prints its results on the original output.
 
 namespace
 {

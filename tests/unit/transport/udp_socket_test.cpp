@@ -149,7 +149,7 @@ TEST(UdpSocket, canBeReopened)
     }
 }
 
-TEST(UdpSocket, destructionClosesWithoutAWord)
+TEST(UdpSocket, destructionClosesSilently)
 {
     int fd = -1;
     EXPECT_EQ("", loggedBy([&] {
