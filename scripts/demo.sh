@@ -65,7 +65,7 @@ start_tool() {
     exec {tool_lines}>&-
 }
 
-# A device that has ended is greeted on a timer only; by then all that it sent has been read.
+# Once the device has ended, only the timer sends hellos. By then all that it sent has been read.
 wait_until_idle() {
     local before
     before=$(grep -c '^timeout: ' "$out/tool.txt" || true)
