@@ -25,13 +25,12 @@ def read_until(program, line):
 class HealthyTest(RecordingTest):
     def test_lines_and_bytes_a_second_are_those_of_the_readme(self):
         with open(os.path.join(DOCS, "..", "README.md"), encoding="utf-8") as file:
-            (healthy,) = re.findall(r"\*\*Healthy\*\* is, (.*?)\n\n", file.read(), re.DOTALL)
+            (healthy,) = re.findall(r"\*\*A healthy recording\*\*(.*?)\n\n", file.read(), re.S)
         records, lines, size = (
             float(figure)
             for figure in re.search(
                 r"(\d+) records a second.* ([\d.]+) lines a second.* (\d+) bytes a second",
-                healthy,
-                re.DOTALL,
+                " ".join(healthy.split()),
             ).groups()
         )
         seconds = 4
