@@ -13,8 +13,8 @@ import time
 
 from replay_bench import ROOT, Program
 
-import codec
-from device import Device
+from harness import codec
+from harness.device import Device
 
 BOARD = os.path.join(ROOT, "build", "armhf", "board")
 EMULATOR = ["qemu-arm", "-L", "/usr/arm-linux-gnueabihf"]

@@ -17,11 +17,11 @@ from collections import Counter
 import replay_bench
 from replay_bench import BUILD, LOG_TOOL
 
-import codec
-import program
-from device import Device
-from program import Program
-from recording import udp_socket
+from harness import codec
+from harness import program
+from harness.device import Device
+from harness.program import Program
+from harness.recording import udp_socket
 
 RECORD_FLOOR = os.path.join(BUILD, "bench", "record_floor")
 REPLAY_FLOOR = os.path.join(BUILD, "bench", "replay_floor")

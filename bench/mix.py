@@ -1,7 +1,7 @@
 """The records of a drive: how often each type comes."""
 
-import codec
-from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
+from harness import codec
+from harness.codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
 
 MIX = "100/20/5/5/1 Hz"
 MIX_HZ = {ImuData: 100, AttitudeData: 20, GnssPvt: 5, GnssData: 5, GenericData: 1}

@@ -5,7 +5,7 @@ import os
 import struct
 import time
 
-import codec
+from harness import codec
 from measuring import Replayed
 
 IMU_HZ = {codec.ImuData: 1000}

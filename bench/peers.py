@@ -34,7 +34,7 @@ from measuring import (
 )
 from replay_bench import build
 
-import codec
+from harness import codec
 
 DATAGRAMS = 64000
 RATE = 10000

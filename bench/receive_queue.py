@@ -13,11 +13,9 @@ import pathlib
 import socket
 import sys
 
+from harness import codec
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-sys.dont_write_bytecode = True
-sys.path.insert(0, str(ROOT / "tests" / "e2e"))
-# pylint: disable-next=wrong-import-position
-import codec
 
 DROP_IN = ROOT / "packaging" / "sysctl.conf"
 SO_RCVBUFFORCE = 33  # <asm-generic/socket.h>

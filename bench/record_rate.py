@@ -10,7 +10,7 @@ import tempfile
 
 from replay_bench import DEVICE_SIM, LOG_TOOL, Program, build, peak_memory
 
-import codec
+from harness import codec
 
 BURST = 20
 QUIET = [f"--{name}-rate=0" for name in ("attitude", "pvt", "gnss", "generic")]

@@ -7,16 +7,11 @@ import sys
 import tempfile
 import time
 
-ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-BUILD = os.path.join(ROOT, "build", "default")
-LOG_TOOL = os.path.join(BUILD, "src", "app", "log_tool")
-DEVICE_SIM = os.path.join(BUILD, "tools", "device_sim", "device_sim")
+from harness.places import BUILD, DEVICE_SIM, LOG_TOOL, ROOT
+from harness.program import Program
+
 TARGETS = ["log_tool", "device_sim", "record_floor", "replay_floor", "load", "sink", "micro"]
 
-sys.dont_write_bytecode = True
-sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
-# pylint: disable-next=wrong-import-position
-from program import Program
 
 POLL_S = 0.02
 REPORT = "report.json"

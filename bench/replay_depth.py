@@ -9,7 +9,7 @@ import sys
 
 from replay_bench import Replay, build
 
-import codec
+from harness import codec
 
 STACK_KIB = 512
 FEW = 3000

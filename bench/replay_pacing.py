@@ -9,7 +9,7 @@ import sys
 
 from replay_bench import Replay, build
 
-import codec
+from harness import codec
 from mix import MIX_HZ
 from pacing import drive
 

@@ -25,7 +25,7 @@ from mix import MIX, MIX_HZ, MIX_OPTIONS, MIX_TYPES, RECORDS_A_SECOND
 from pacing import IMU_HZ, Pacing, drive
 from replay_bench import Replay, build
 
-import codec
+from harness import codec
 
 CLOCK_CALL = "clock_gettime"
 

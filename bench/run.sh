@@ -8,4 +8,4 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh bench
-exec python3 -B bench/run.py "$@"
+PYTHONPATH=tests exec python3 -B bench/run.py "$@"

@@ -135,5 +135,5 @@ trap stop_all EXIT
 build
 record
 replay
-python3 "$root/scripts/demo_table.py" "$log" "$out/recorded.json" "$out/replayed.json"
+PYTHONPATH=$root/tests python3 -B "$root/scripts/demo_table.py" "$log" "$out/recorded.json" "$out/replayed.json"
 show_next_steps

@@ -9,10 +9,7 @@ import json
 import pathlib
 import sys
 
-sys.dont_write_bytecode = True
-sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "tests" / "e2e"))
-# pylint: disable-next=wrong-import-position
-import codec
+from harness import codec
 
 PERCENTILES = ("min", "p50", "p99", "max")
 

@@ -9,4 +9,4 @@ scripts/build-board.sh armhf >build/footprint.txt 2>&1 || {
     cat build/footprint.txt >&2
     exit 1
 }
-exec python3 bench/footprint.py
+PYTHONPATH=tests exec python3 -B bench/footprint.py

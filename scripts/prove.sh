@@ -12,6 +12,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+export PYTHONPATH=$PWD/tests
+export PYTHONDONTWRITEBYTECODE=1
 limit=${PROVE_LIMIT:-45m} # of a stage
 out=build/prove
 

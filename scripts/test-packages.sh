@@ -56,11 +56,11 @@ install_packages() {
 
 # compare <log> <dump of the device>: all that the device has sent is in the log, and nothing else.
 compare() {
-    PYTHONPATH=tests/e2e python3 -B - "$@" <<'PYTHON'
+    PYTHONPATH=tests python3 -B - "$@" <<'PYTHON'
 import pathlib
 import sys
 
-import codec
+from harness import codec
 
 log, dump = (pathlib.Path(name) for name in sys.argv[1:])
 sent = codec.parse_dump(dump.read_bytes())
@@ -184,7 +184,7 @@ test_emulated() {
         chmod +x "$scratch/$program"
     done
     (cd tests/install && LOG_TOOL=$scratch/log_tool DEVICE_SIM=$scratch/device_sim \
-        PYTHONPATH=../e2e python3 -B -m unittest service_test man_test completion_test)
+        PYTHONPATH=.. python3 -B -m unittest service_test man_test completion_test)
     rm -rf "$folder"
 }
 

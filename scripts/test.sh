@@ -30,7 +30,7 @@ git ls-files -co --exclude-standard 'src/*.cpp' 'tools/*.cpp' 'bench/*.cpp' |
         --extra-arg=-Wno-unused-command-line-argument # GCC's optimisations
 
 step "Cost"
-bench/guard.py
+PYTHONPATH=tests python3 -B bench/guard.py
 
 step "Tests with AddressSanitizer and UndefinedBehaviorSanitizer"
 cmake --preset sanitize >build/configure.log

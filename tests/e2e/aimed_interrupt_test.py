@@ -3,7 +3,7 @@
 import random
 import unittest
 
-from stepping import SteppedTest, list_work
+from harness.stepping import SteppedTest, list_work
 
 MANY = 10000  # instructions: far fewer than any run has
 AIMS = 5

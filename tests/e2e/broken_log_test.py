@@ -5,13 +5,13 @@ import subprocess
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-import codec
-from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData, datagram, frame
-from device import Device
-from program import TIMEOUT_S
-from record_test import SPECIAL_FLOATS
-from recording import RecordingTest
-from replaying import replay_command
+from harness import codec
+from harness.codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData, datagram, frame
+from harness.device import Device
+from harness.program import TIMEOUT_S
+from harness.recording import RecordingTest
+from harness.replaying import replay_command
+from harness.samples import SPECIAL_FLOATS
 
 JOBS = 4
 

@@ -1,21 +1,14 @@
 """Recording and replaying while the program's clock, 32 bits of milliseconds, wraps."""
 
-import os
 import time
 import unittest
 
-from codec import datagram
-from hello_test import PERIOD_S
-from recording import TIMER_HELLO, Recording
-from replay_test import CLOCK_MS, log_of, numbered_records
-from replaying import END_OF_PIPE, ReplayTest
+from harness.codec import datagram
+from harness.faults import shifted
+from harness.recording import HELLO_PERIOD_S, TIMER_HELLO, Recording
+from harness.replaying import CLOCK_MS, END_OF_PIPE, ReplayTest, log_of, numbered_records
 
-SHIFTED_CLOCK = os.environ.get("SHIFTED_CLOCK", "libshifted_clock.so")
 STAMPS = range(5, 405, 10)
-
-
-def shifted(ms_to_wrap):
-    return ["env", f"LD_PRELOAD={SHIFTED_CLOCK}", f"MS_TO_WRAP={ms_to_wrap}"]
 
 
 class ClockWrapTest(ReplayTest):
@@ -24,7 +17,7 @@ class ClockWrapTest(ReplayTest):
         recording = Recording(self, wrapper=shifted(1500))
         for count in (1, 2, 3):
             self.assertEqual(TIMER_HELLO, recording.next_hello())
-            self.assertGreaterEqual(time.monotonic() - start, count * PERIOD_S)
+            self.assertGreaterEqual(time.monotonic() - start, count * HELLO_PERIOD_S)
         recording.send(datagram(numbered_records([1])[0]))
         self.check_complete(recording)
 

@@ -4,12 +4,11 @@ import itertools
 import signal
 import unittest
 
-import codec
-from codec import AttitudeData, GenericData, datagram, frame
-from faults import closing, redirecting
-from faults_test import TOO_SHORT_FOR_A_HEADER
-from recording import INTERRUPTED, Recording, RecordingTest
-from replaying import ReplayTest
+from harness import codec
+from harness.codec import AttitudeData, GenericData, datagram, frame
+from harness.faults import closing, redirecting
+from harness.recording import INTERRUPTED, TOO_SHORT_FOR_A_HEADER, Recording, RecordingTest
+from harness.replaying import ReplayTest
 
 # Each alone, in pairs and all together.
 CLOSED = [set_ for size in (1, 2, 3) for set_ in itertools.combinations((0, 1, 2), size)]

@@ -2,8 +2,8 @@
 
 import unittest
 
-import codec
-from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
+from harness import codec
+from harness.codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
 
 
 def words(first, count):

@@ -4,11 +4,11 @@ import os
 import re
 import unittest
 
-import codec
-from codec import GenericData
-from device import Device
-from program import LOG_TOOL
-from recording import INTERRUPTED, TIMER_HELLO, RecordingTest
+from harness import codec
+from harness.codec import GenericData
+from harness.device import Device
+from harness.places import LOG_TOOL
+from harness.recording import INTERRUPTED, TIMER_HELLO, RecordingTest
 
 USAGE = ["log_tool [-r] -a <k4n8-ip> -p <port> <file>", "-r: replay"]
 

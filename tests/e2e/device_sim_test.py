@@ -6,10 +6,11 @@ import signal
 import unittest
 from collections import Counter
 
-import codec
-from codec import TYPES, GenericData
-from program import DEVICE_SIM, LOG_TOOL, ProgramTest, free_port
-from recording import RecordingTest
+from harness import codec
+from harness.codec import TYPES, GenericData
+from harness.places import DEVICE_SIM, LOG_TOOL
+from harness.program import ProgramTest, free_port
+from harness.recording import RecordingTest
 
 RECORDS = 500
 RATES = [

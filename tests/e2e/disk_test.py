@@ -8,12 +8,12 @@ import subprocess
 import tty
 import unittest
 
-import codec
-from codec import AttitudeData, datagram
-from faults import in_namespace, shell
-from program import LOG_TOOL
-from recording import INTERRUPTED, RecordingTest
-from replaying import ReplayTest, replay_command
+from harness import codec
+from harness.codec import AttitudeData, datagram
+from harness.faults import in_namespace, shell
+from harness.places import LOG_TOOL
+from harness.recording import INTERRUPTED, RecordingTest
+from harness.replaying import ReplayTest, replay_command
 
 FRAME = AttitudeData.size + len(codec.FOOTER)
 BUFFER = 4096  # what the C library writes at once

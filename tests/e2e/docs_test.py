@@ -5,12 +5,10 @@ import re
 import struct
 import unittest
 
-import codec
-from codec import AttitudeData
-from recording import RecordingTest
-
-HERE = os.path.dirname(os.path.abspath(__file__))
-DOCS = os.environ.get("DOCS", os.path.join(HERE, "..", "..", "docs"))
+from harness import codec
+from harness.codec import AttitudeData
+from harness.places import DOCS
+from harness.recording import RecordingTest
 
 EXAMPLE = re.compile(r"^```hex\n([0-9A-F\s]+)^```$", re.MULTILINE)
 ROW = re.compile(

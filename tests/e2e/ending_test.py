@@ -8,14 +8,13 @@ import signal
 import time
 import unittest
 
-import codec
-import streaming
-from codec import GenericData, datagram, frame
-from device import LARGE_QUEUE_SIZE
-from faults import failing, receiving_slowly, stalling
-from outputs import Pipe
-from program import LOG_TOOL
-from recording import (
+from harness import codec, streaming
+from harness.codec import GenericData, datagram, frame
+from harness.device import LARGE_QUEUE_SIZE
+from harness.faults import failing, receiving_slowly, stalling
+from harness.outputs import Pipe
+from harness.places import LOG_TOOL
+from harness.recording import (
     INTERRUPTED,
     LOOK_S,
     UNKNOWN,
@@ -23,7 +22,7 @@ from recording import (
     enlarge_queue,
     udp_socket,
 )
-from replaying import ReplayTest, bytes_in, replay_command, wait_until_read
+from harness.replaying import ReplayTest, bytes_in, replay_command, wait_until_read
 
 SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 BETWEEN_SIGNALS_S = 0.01

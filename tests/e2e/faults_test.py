@@ -4,13 +4,15 @@ import os
 import signal
 import unittest
 
-import codec
-from codec import TYPES, AttitudeData, datagram
-from program import LOG_TOOL
-from recording import Recording, RecordingTest
-
-TOO_SHORT_FOR_A_HEADER = "Panic: *** ASSERT in playback_controller at 22"
-TOO_SHORT_FOR_ITS_TYPE = "Panic: *** ASSERT in playback_controller at 28"
+from harness import codec
+from harness.codec import TYPES, AttitudeData, datagram
+from harness.places import LOG_TOOL
+from harness.recording import (
+    TOO_SHORT_FOR_A_HEADER,
+    TOO_SHORT_FOR_ITS_TYPE,
+    Recording,
+    RecordingTest,
+)
 
 CASES = [
     ("one byte of a known type", b"\x01", TOO_SHORT_FOR_A_HEADER),

@@ -6,10 +6,11 @@ import signal
 import time
 import unittest
 
-import codec
-from codec import AttitudeData, datagram
-from program import END_S, LOG_TOOL
-from recording import INTERRUPTED, RecordingTest
+from harness import codec
+from harness.codec import AttitudeData, datagram
+from harness.places import LOG_TOOL
+from harness.program import END_S
+from harness.recording import INTERRUPTED, RecordingTest
 
 PIPE_SIZE = 4096  # the smallest there is, and what the C library buffers of a pipe
 

@@ -4,12 +4,11 @@ import errno
 import time
 import unittest
 
-import codec
-from codec import AttitudeData, GenericData, datagram, frame
-from faults import failing, interrupting
-from recording import INTERRUPTED, TIMER_HELLO, RecordingTest
-from replay_test import CLOCK_MS, HOUR_MS
-from replaying import END_OF_PIPE, ReplayTest
+from harness import codec
+from harness.codec import AttitudeData, GenericData, datagram, frame
+from harness.faults import failing, interrupting
+from harness.recording import INTERRUPTED, TIMER_HELLO, RecordingTest
+from harness.replaying import CLOCK_MS, END_OF_PIPE, HOUR_MS, ReplayTest
 
 INTERRUPTING = interrupting(microseconds=100)
 

@@ -10,12 +10,12 @@ import signal
 import subprocess
 import unittest
 
-import codec
-import log_reading
-from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
-from drive import Damaged, write_drive
-from golden import golden_files, read_golden
-from program import LOG_KIT, TIMEOUT_S, ProgramTest
+from harness import codec, log_reading
+from harness.codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
+from harness.drive import Damaged, write_drive
+from harness.golden import golden_files, read_golden
+from harness.places import LOG_KIT
+from harness.program import TIMEOUT_S, ProgramTest
 
 GOOD, FAILED, USAGE, DAMAGED = range(4)
 COMMANDS = ("info", "check", "recover")

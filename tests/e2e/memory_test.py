@@ -8,11 +8,11 @@ import resource
 import signal
 import unittest
 
-import codec
-from codec import AttitudeData, GenericData, GnssData, ImuData, datagram, frame
-from faults import FOR_EVER, closing, failing
-from recording import INTERRUPTED, TIMER_HELLO, Recording, RecordingTest
-from replaying import ReplayTest
+from harness import codec
+from harness.codec import AttitudeData, GenericData, GnssData, ImuData, datagram, frame
+from harness.faults import FOR_EVER, closing, failing
+from harness.recording import INTERRUPTED, TIMER_HELLO, Recording
+from harness.replaying import ReplayTest
 
 RECORDS = [GenericData(1000, 1), ImuData(1000, 2), AttitudeData(1020, 3)]
 DATAGRAMS = [datagram(record) for record in RECORDS]

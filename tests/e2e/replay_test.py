@@ -5,32 +5,28 @@ import signal
 import time
 import unittest
 
-import codec
-from codec import TYPES, AttitudeData, GenericData, GnssData, ImuData, datagram, frame
-from program import TIMEOUT_S
-from record_test import SPECIAL_FLOATS, distinct_words
-from recording import INTERRUPTED
-from replaying import END_OF_PIPE, ReplayTest, replay_command
+from harness import codec
+from harness.codec import TYPES, AttitudeData, GenericData, GnssData, ImuData, datagram, frame
+from harness.program import TIMEOUT_S
+from harness.recording import INTERRUPTED
+from harness.replaying import (
+    CLOCK_MS,
+    END_OF_PIPE,
+    HOUR_MS,
+    ReplayTest,
+    log_of,
+    numbered_records,
+    replay_command,
+)
+from harness.samples import SPECIAL_FLOATS, distinct_words
 
-HOUR_MS = 3600 * 1000
 CHUNK = 100
-CLOCK_MS = 1  # the program's clock counts whole milliseconds
 
 RATES = [
     argument
     for name, rate in (("imu", 60), ("attitude", 20), ("pvt", 10), ("gnss", 5), ("generic", 5))
     for argument in (f"--{name}-rate", str(rate))
 ]
-
-
-def log_of(records):
-    return b"".join(map(frame, records))
-
-
-def numbered_records(stamps):
-    """Records of all types in turn with these time stamps."""
-    types = list(TYPES.values())
-    return [types[i % len(types)].numbered(stamp, i) for i, stamp in enumerate(stamps)]
 
 
 class ContentTest(ReplayTest):

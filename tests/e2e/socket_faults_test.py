@@ -6,12 +6,12 @@ import socket
 import time
 import unittest
 
-import codec
-from codec import datagram
-from device import Device
-from faults import failing, in_namespace
-from recording import INTERRUPTED, NOTHING, TIMER_HELLO, Recording, RecordingTest
-from replaying import ReplayTest
+from harness import codec
+from harness.codec import datagram
+from harness.device import Device
+from harness.faults import failing, in_namespace
+from harness.recording import INTERRUPTED, NOTHING, TIMER_HELLO, Recording, RecordingTest
+from harness.replaying import ReplayTest
 
 LOG = codec.numbered_log(7, 60)
 DATAGRAMS = [datagram(record) for record in codec.parse_frames(LOG)]

@@ -11,16 +11,13 @@ import threading
 import time
 import unittest
 
-import codec
-import streaming
-from codec import datagram
-from faults import FAULTS, FIRST_NUMBER, NUMBERED, failing, in_namespace
-from faults_test import TOO_SHORT_FOR_A_HEADER
-from outputs import FILLER, OUTPUTS, FullTerminal, Pipe, Socket, StoppedTerminal
-from program import LOG_TOOL
-from recording import LOOK_S, Recording, enlarge_queue
-from replay_test import log_of
-from replaying import END_OF_PIPE, ReplayTest, replay_command, wait_until_read
+from harness import codec, streaming
+from harness.codec import datagram
+from harness.faults import FIRST_NUMBER, NUMBERED, failing, in_namespace
+from harness.outputs import FILLER, OUTPUTS, FullTerminal, Pipe, Socket, StoppedTerminal
+from harness.places import FAULTS, LOG_TOOL
+from harness.recording import LOOK_S, TOO_SHORT_FOR_A_HEADER, Recording, enlarge_queue
+from harness.replaying import END_OF_PIPE, ReplayTest, log_of, replay_command, wait_until_read
 
 NOBODY = ("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups")
 

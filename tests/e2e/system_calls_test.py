@@ -4,11 +4,11 @@ import os
 import re
 import unittest
 
-from codec import AttitudeData, ImuData, datagram, frame
-from device import Device
-from program import LOG_TOOL
-from recording import TIMER_HELLO, RecordingTest
-from replaying import replay_command
+from harness.codec import AttitudeData, ImuData, datagram, frame
+from harness.device import Device
+from harness.places import LOG_TOOL
+from harness.recording import TIMER_HELLO, RecordingTest
+from harness.replaying import replay_command
 
 POINTER_SIZE = int(os.environ.get("POINTER_SIZE", 4))  # of the board, in bytes
 BURST = 40  # too few datagrams for a hello, and their frames do not fill a buffer

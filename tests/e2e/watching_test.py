@@ -7,12 +7,10 @@ import signal
 import unittest
 from collections import Counter
 
-import codec
-from codec import ImuData, datagram
-from recording import PACKET_HELLO, TIMER_HELLO, Recording, RecordingTest
-
-HERE = os.path.dirname(os.path.abspath(__file__))
-DOCS = os.environ.get("DOCS", os.path.join(HERE, "..", "..", "docs"))
+from harness import codec
+from harness.codec import ImuData, datagram
+from harness.places import ROOT
+from harness.recording import PACKET_HELLO, TIMER_HELLO, Recording, RecordingTest
 
 HELD_BACK = 8300  # bytes at most: the buffer of the log, of two blocks, and a frame
 
@@ -24,7 +22,7 @@ def read_until(program, line):
 
 class HealthyTest(RecordingTest):
     def test_lines_and_bytes_a_second_are_those_of_the_readme(self):
-        with open(os.path.join(DOCS, "..", "README.md"), encoding="utf-8") as file:
+        with open(os.path.join(ROOT, "README.md"), encoding="utf-8") as file:
             (healthy,) = re.findall(r"\*\*A healthy recording\*\*(.*?)\n\n", file.read(), re.S)
         records, lines, size = (
             float(figure)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes the seed corpora anew: what a device sends and people type, and how it may be damaged.
 
-    tests/fuzz/make_seeds.py <device_sim>
+    PYTHONPATH=tests tests/fuzz/make_seeds.py <device_sim>
 """
 
 import shutil
@@ -12,11 +12,9 @@ import sys
 import tempfile
 from pathlib import Path
 
-ROOT = Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "tests/e2e"))
-
-import codec
-from codec import AttitudeData, GnssData, ImuData
+from harness import codec
+from harness.codec import AttitudeData, GnssData, ImuData
+from harness.places import ROOT
 
 RECORDS = 100  # in the device's mix; their log is just longer than a stream's buffer
 # By more than half the range of the stamps.

@@ -6,7 +6,8 @@ import subprocess
 import unittest
 
 from installed import FILES, device_sim_help
-from program import ProgramTest
+
+from harness.program import ProgramTest
 
 COMPLETE = """
 source "$1"

@@ -1,15 +1,13 @@
 """The files that are installed beside the programs, and what the programs say of themselves."""
 
-import pathlib
 import re
 import subprocess
 from collections import namedtuple
 
-from program import DEVICE_SIM
+from harness.places import DEVICE_SIM, DOCS, ROOT
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 FILES = ROOT / "packaging"
-PAGES = ROOT / "docs" / "man"
+PAGES = DOCS / "man"
 
 OPTION = re.compile(
     r"^  (?:-h,)?(--[\w-]+)(?: ([A-Z]\S*?)(?::\w+)?(?:=(\S+))?)?(?:\s|$)", re.MULTILINE

@@ -6,9 +6,11 @@ import shutil
 import subprocess
 import unittest
 
-import codec
 from installed import PAGES, device_sim_help
-from program import DEVICE_SIM, LOG_TOOL, ProgramTest, free_port
+
+from harness import codec
+from harness.places import DEVICE_SIM, LOG_TOOL
+from harness.program import ProgramTest, free_port
 
 
 def render(page):

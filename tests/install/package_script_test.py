@@ -6,8 +6,8 @@ import shutil
 import subprocess
 import unittest
 
-from installed import ROOT
-from program import ProgramTest
+from harness.places import ROOT
+from harness.program import ProgramTest
 
 FORMER = pathlib.Path("build", "package", "log-tool_1.0.0_amd64.deb")
 

@@ -5,9 +5,11 @@ import re
 import signal
 import unittest
 
-import codec
 from installed import FILES
-from program import DEVICE_SIM, LOG_TOOL, ProgramTest
+
+from harness import codec
+from harness.places import DEVICE_SIM, LOG_TOOL
+from harness.program import ProgramTest
 
 MAX_NAME = 79  # characters; log_tool cuts a longer name
 BAD_DEVICE = 64

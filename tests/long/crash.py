@@ -13,10 +13,10 @@ import sys
 
 from proving import Report, arguments, prepared, spread
 
-import codec
-from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData, datagram, frame
-from recording import Recording, udp_socket
-from replaying import ReplayTest
+from harness import codec
+from harness.codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData, datagram, frame
+from harness.recording import Recording, udp_socket
+from harness.replaying import ReplayTest
 
 RATES_HZ = {ImuData: 100, AttitudeData: 20, GnssPvt: 5, GnssData: 5, GenericData: 1}
 RECORDS_PER_S = sum(RATES_HZ.values())

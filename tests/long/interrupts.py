@@ -20,11 +20,10 @@ import time
 
 from proving import Report, arguments, prepared, spread
 
-from codec import datagram, frame
-from recording import INTERRUPTED, PACKET_HELLO, Recording, enlarge_queue
-from replay_test import HOUR_MS, log_of, numbered_records
-from replaying import ReplayTest
-from stepping import SteppedTest, list_work
+from harness.codec import datagram, frame
+from harness.recording import INTERRUPTED, PACKET_HELLO, Recording, enlarge_queue
+from harness.replaying import HOUR_MS, ReplayTest, log_of, numbered_records
+from harness.stepping import SteppedTest, list_work
 
 CONNECTED_S = 0.0005  # between two looks whether the program listens
 START_UP_S = 0.004  # more than it takes

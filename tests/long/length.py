@@ -14,8 +14,9 @@ import subprocess
 from loading import AS_FAST_AS_TAKEN, SINK, Memory, NumberedLog, Recorded, folder, running
 from proving import Report, arguments
 
-from codec import GnssData, frame
-from program import LOG_TOOL, TIMEOUT_S
+from harness.codec import GnssData, frame
+from harness.places import LOG_TOOL
+from harness.program import TIMEOUT_S
 
 GIB = 1 << 30
 

@@ -10,8 +10,8 @@ until the load, which is held back when the recorder's queue fills, keeps it.
 from loading import AS_FAST_AS_TAKEN, RECORD_FLOOR, NumberedLog, Recorded, folder
 from proving import Report, arguments
 
-from codec import ImuData
-from program import LOG_TOOL
+from harness.codec import ImuData
+from harness.places import LOG_TOOL
 
 STEPS = (0.95, 0.9, 0.85, 0.8, 0.7, 0.6, 0.5, 0.4, 0.3, 0.2)
 KEPT = 0.99  # of the rate

@@ -10,11 +10,11 @@ import subprocess
 import tempfile
 import time
 
-from proving import BUILD, ROOT
 
-from codec import NUMBER_AT, TYPES, frame
-from program import TIMEOUT_S
-from recording import INTERRUPTED, PACKET_HELLO, TIMER_HELLO
+from harness.codec import NUMBER_AT, TYPES, frame
+from harness.places import BUILD, ROOT
+from harness.program import TIMEOUT_S
+from harness.recording import INTERRUPTED, PACKET_HELLO, TIMER_HELLO
 
 LOAD = os.path.join(BUILD, "bench", "load")
 RECORD_FLOOR = os.path.join(BUILD, "bench", "record_floor")

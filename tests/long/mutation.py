@@ -25,8 +25,6 @@ import sys
 import threading
 import time
 
-sys.dont_write_bytecode = True
-# pylint: disable-next=wrong-import-position ; the line above comes first
 from breaks import breaks_of
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -163,7 +161,7 @@ class Copy:
         environment = {
             "LOG_TOOL": str(self._build / "src" / "app" / "log_tool"),
             "DEVICE_SIM": str(self._device_sim),
-            "DOCS": str(self._tree / "docs"),
+            "PYTHONPATH": str(self._tree / "tests"),
         }
         runs = {
             module: self._run(

@@ -4,23 +4,7 @@ spread over processes."""
 import argparse
 import contextlib
 import multiprocessing
-import os
 import sys
-
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-BUILD = os.path.join(ROOT, "build", "default")
-FOLDERS = {
-    "LOG_TOOL": "src/app/log_tool",
-    "DEVICE_SIM": "tools/device_sim/device_sim",
-    "LOG_KIT": "tools/log_kit/log_kit",
-    "STEPPER": "tests/e2e/stepper",
-    "SHIFTED_CLOCK": "tests/e2e/libshifted_clock.so",
-}
-for variable, path in FOLDERS.items():
-    os.environ.setdefault(variable, os.path.join(BUILD, path))
-
-sys.dont_write_bytecode = True
-sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
 
 
 def arguments(description, **defaults):

@@ -10,13 +10,13 @@ import struct
 
 from proving import Report, arguments, prepared
 
-import codec
-from clock_wrap_test import shifted
-from codec import datagram
-from program import LOG_TOOL, TIMEOUT_S
-from recording import INTERRUPTED
-from replay_test import log_of, numbered_records
-from replaying import ReplayTest, replay_command
+from harness import codec
+from harness.codec import datagram
+from harness.faults import shifted
+from harness.places import LOG_TOOL
+from harness.program import TIMEOUT_S
+from harness.recording import INTERRUPTED
+from harness.replaying import ReplayTest, log_of, numbered_records, replay_command
 
 SO_TIMESTAMPNS = 35  # of 64-bit machines; Python has no name for it
 

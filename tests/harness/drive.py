@@ -7,8 +7,8 @@ import bisect
 import random
 import struct
 
-import codec
-from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
+from harness import codec
+from harness.codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
 
 RATES = {ImuData: 100, AttitudeData: 20, GnssPvt: 5, GnssData: 5, GenericData: 1}  # Hz
 FIRST_TICKS = 1000

@@ -13,10 +13,6 @@ import tempfile
 import time
 import unittest
 
-LOG_TOOL = os.environ.get("LOG_TOOL", "log_tool")
-DEVICE_SIM = os.environ.get("DEVICE_SIM", "device_sim")
-LOG_KIT = os.environ.get("LOG_KIT", "log_kit")
-
 TIMEOUT_S = 30  # for one event; far more than any of them takes on a busy machine
 END_S = 3  # from a signal to the end: a second is promised, a busy machine gets the rest
 TEST_TIMEOUT_S = int(os.environ.get("TEST_TIMEOUT_S", 100))

@@ -3,8 +3,8 @@
 import itertools
 import time
 
-import codec
-from codec import datagram, frame
+from harness import codec
+from harness.codec import datagram, frame
 
 PER_MS = 20
 COUNT = 10000

@@ -3,15 +3,14 @@
 import json
 import os
 
-HERE = os.path.dirname(os.path.abspath(__file__))
-FOLDER = os.environ.get("GOLDEN", os.path.join(HERE, "..", "golden"))
+from harness.places import GOLDEN
 
 
 def read_golden(name):
     """The file's bytes and the values of its lines `#= ...`."""
     data = b""
     expectations = []
-    with open(os.path.join(FOLDER, name), encoding="ascii") as file:
+    with open(os.path.join(GOLDEN, name), encoding="ascii") as file:
         for line in file:
             if line.startswith("#= "):
                 expectations.append(json.loads(line[3:]))
@@ -20,4 +19,4 @@ def read_golden(name):
 
 
 def golden_files(ending):
-    return sorted(name for name in os.listdir(FOLDER) if name.endswith(ending))
+    return sorted(name for name in os.listdir(GOLDEN) if name.endswith(ending))

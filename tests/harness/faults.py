@@ -3,7 +3,8 @@
 import os
 import subprocess
 
-FAULTS = os.environ.get("FAULTS", "./libfaults.so")
+from harness.places import FAULTS, SHIFTED_CLOCK
+
 FOR_EVER = 10**9
 NUMBERED = 0  # an error whose number tells which call it was
 FIRST_NUMBER = 1000
@@ -37,6 +38,11 @@ def stalling(milliseconds, seen):
 def receiving_slowly(microseconds):
     """Every datagram takes at least so long."""
     return preloading(slow_us=microseconds)
+
+
+def shifted(ms_to_wrap):
+    """The program's clock wraps so long after its start."""
+    return ("env", f"LD_PRELOAD={SHIFTED_CLOCK}", f"MS_TO_WRAP={ms_to_wrap}")
 
 
 def shell(commands):

@@ -6,8 +6,8 @@ import statistics
 from collections import Counter
 from datetime import datetime, timezone
 
-import codec
-from codec import AttitudeData, GnssData, GnssPvt, ImuData
+from harness import codec
+from harness.codec import AttitudeData, GnssData, GnssPvt, ImuData
 
 ROUND = 1 << 32
 FIX_TEXTS = {0: "NO", 1: "Dead reckoning", 2: "Time only", 3: "2D", 4: "3D"}

@@ -7,11 +7,13 @@ import socket
 import time
 from collections import namedtuple
 
-import codec
-from device import Device, give_large_queue
-from program import DEVICE_SIM, LOG_TOOL, TIMEOUT_S, ProgramTest
+from harness import codec
+from harness.device import Device, give_large_queue
+from harness.places import DEVICE_SIM, LOG_TOOL
+from harness.program import TIMEOUT_S, ProgramTest
 
 HELLO_EVERY_N_PACKETS = 50
+HELLO_PERIOD_S = 0.999  # a second less what is lost in counting whole milliseconds
 UNKNOWN = bytes(8)  # counted like any other datagram, but never recorded
 
 # The receive queue holds some 200 KiB; the kernel charges a datagram about this much.
@@ -26,6 +28,8 @@ LOOK_S = 0.0005  # between two looks at what only shows in /proc
 TIMER_HELLO = "timeout: send hello"
 PACKET_HELLO = "send hello"
 INTERRUPTED = ["", "CTRL-C Pressed"]
+TOO_SHORT_FOR_A_HEADER = "Panic: *** ASSERT in playback_controller at 22"
+TOO_SHORT_FOR_ITS_TYPE = "Panic: *** ASSERT in playback_controller at 28"
 NOTHING = r"(?!)"  # a pattern that matches no line
 
 

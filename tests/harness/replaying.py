@@ -6,12 +6,26 @@ import os
 import termios
 import time
 
-from device import Device
-from program import LOG_TOOL
-from recording import LOOK_S, RecordingTest
+from harness.codec import TYPES, frame
+from harness.device import Device
+from harness.places import LOG_TOOL
+from harness.recording import LOOK_S, RecordingTest
 
 # Ends a replay in silence: the header of a frame of an unknown type.
 END_OF_PIPE = b"\x06\x01" + bytes(6)
+
+CLOCK_MS = 1  # the program's clock counts whole milliseconds
+HOUR_MS = 3600 * 1000
+
+
+def log_of(records):
+    return b"".join(map(frame, records))
+
+
+def numbered_records(stamps):
+    """Records of all types in turn with these time stamps."""
+    types = list(TYPES.values())
+    return [types[i % len(types)].numbered(stamp, i) for i, stamp in enumerate(stamps)]
 
 
 def replay_command(device, log):

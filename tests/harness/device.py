@@ -3,7 +3,7 @@
 import contextlib
 import socket
 
-from program import TIMEOUT_S
+from harness.program import TIMEOUT_S
 
 
 LARGE_QUEUE_SIZE = 4 << 20

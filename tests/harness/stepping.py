@@ -1,19 +1,15 @@
 """log_tool under the stepper, which interrupts it at one chosen instruction."""
 
-import os
 import re
 import subprocess
 import time
 from collections import namedtuple
 
-import codec
-from codec import datagram
-from program import LOG_TOOL
-from recording import INTERRUPTED, LOOK_S, Recording, udp_socket
-from replay_test import HOUR_MS, log_of, numbered_records
-from replaying import ReplayTest, replay_command
-
-STEPPER = os.environ.get("STEPPER", "stepper")
+from harness import codec
+from harness.codec import datagram
+from harness.places import LOG_TOOL, STEPPER
+from harness.recording import INTERRUPTED, LOOK_S, Recording, udp_socket
+from harness.replaying import HOUR_MS, ReplayTest, log_of, numbered_records, replay_command
 
 COUNT = 10  # records of a run
 GAP_MS = 20  # so that even under the stepper a replay waits for each
