@@ -1,29 +1,28 @@
-#!/usr/bin/env python3
-"""Measures other programs that record or replay datagrams beside log_tool and the floors, in the
-same run: socat and dumpcap, which keep what the same load sends without looking into it, and
-tcpreplay, which sends the same datagrams ready-made, below the sockets: on loopback the system
-drops them before they reach one. dumpcap and tcpreplay must run as root.
-
-    bench/peers.py [rounds]
-"""
+"""Other programs that record or replay datagrams, beside log_tool and the floors in the same run:
+median processor time in ns per datagram or record. socat and dumpcap keep what the same feeder
+sends without looking into it. dumpcap reads a ring in shared memory, many packets a wake-up, and
+the copy into the ring is charged to the sender. tcpreplay sends ready-made packets below the
+sockets; on loopback the system drops them before they reach one, so delivery, which the others pay
+for, is not in its figure. dumpcap and tcpreplay must run as root."""
 
 import os
 import signal
 import statistics
 import struct
-import sys
 import time
 
-from measuring import (
+from harness import codec
+from harness.figures import Figures, arguments
+from harness.measuring import (
     BURST,
-    LOG_TOOL,
+    OTHER_CORE,
     RECORD_FLOOR,
     REPLAY_FLOOR,
-    OTHER_CORE,
     TOOL_CORE,
     Receiver,
     Recorder,
     Replayed,
+    cost,
     cpu_ns,
     draining,
     folder,
@@ -32,9 +31,6 @@ from measuring import (
     start_quietly,
     write_log,
 )
-from replay_bench import build
-
-from harness import codec
 
 DATAGRAMS = 64000
 RATE = 10000
@@ -48,7 +44,7 @@ LOOPBACK = bytes((127, 0, 0, 1))
 
 def paced(recorder):
     """ns per datagram at a steady rate."""
-    return recorder.load(PACED, "--rate", str(RATE))["cpuNs"] / PACED
+    return cost(recorder, PACED, "--rate", RATE)
 
 
 def record_with(receiver, place):
@@ -84,10 +80,10 @@ class Capture:
 def capture(place):
     with Recorder([RECORD_FLOOR], place, core=OTHER_CORE) as recorder:
         captured = Capture(recorder.port, place)
-        bursts = ["--warm-up", "0", "--burst", str(BURST)]
-        drained = captured.ns_during(lambda: recorder.load(DATAGRAMS, *bursts))
-        rate = ["--warm-up", "0", "--rate", str(RATE)]
-        steady = captured.ns_during(lambda: recorder.load(PACED, *rate))
+        bursts = ["--warm-up", 0, "--burst", BURST]
+        drained = captured.ns_during(lambda: cost(recorder, DATAGRAMS, *bursts))
+        rate = ["--warm-up", 0, "--rate", RATE]
+        steady = captured.ns_during(lambda: cost(recorder, PACED, *rate))
         size = captured.end()
         recorder.end()
     if size < (DATAGRAMS + PACED) * codec.ImuData.size:
@@ -95,11 +91,11 @@ def capture(place):
     return drained / DATAGRAMS, steady / PACED
 
 
-def record_peers():
+def record_peers(tool):
     socat = ["socat", "-u", "UDP4-RECV:0,bind=127.0.0.1", "OPEN:log,creat,trunc"]
     return {
         "floor": lambda place: record_with(lambda p: Recorder([RECORD_FLOOR], p), place),
-        "log_tool": lambda place: record_with(lambda p: Recorder([LOG_TOOL], p), place),
+        "log_tool": lambda place: record_with(lambda p: Recorder([tool], p), place),
         "socat": lambda place: record_with(lambda p: Receiver(socat, p), place),
         "dumpcap": capture,
     }
@@ -145,10 +141,10 @@ def tcpreplaying(place):
     return (runs[0].cpu_ns - runs[1].cpu_ns) / (RECORDS - 10)
 
 
-def replay_peers():
+def replay_peers(tool):
     return {
         "floor": lambda place: replaying([REPLAY_FLOOR], place, RECORDS),
-        "log_tool": lambda place: replaying([LOG_TOOL, "-r"], place, RECORDS),
+        "log_tool": lambda place: replaying([tool, "-r"], place, RECORDS),
         "tcpreplay": tcpreplaying,
     }
 
@@ -164,16 +160,19 @@ def measure(peers, rounds):
 
 
 def main():
-    rounds = int(sys.argv[1]) if len(sys.argv) > 1 else 5
+    options = arguments(__doc__)
+    rounds = 1 if options.quick else 3
     require("socat", "dumpcap", "tcpreplay")
-    build()
-    print(f"{'median CPU ns per datagram':<28}{f'bursts of {BURST}':>14}{f'{RATE}/s':>12}")
-    for name, results in measure(record_peers(), rounds).items():
-        drained, steady = (statistics.median(values) for values in zip(*results))
-        print(f"{name:<28}{drained:>14.0f}{steady:>12.0f}")
-    print(f"\n{'median CPU ns per record':<28}{'all due':>14}")
-    for name, results in measure(replay_peers(), rounds).items():
-        print(f"{name:<28}{statistics.median(results):>14.0f}")
+    figures = Figures("peers", __doc__, is_written=options.is_written)
+    rows = {
+        name: [f"{statistics.median(values):.0f}" for values in zip(*results)] + [""]
+        for name, results in measure(record_peers(options.tool), rounds).items()
+    }
+    for name, results in measure(replay_peers(options.tool), rounds).items():
+        rows.setdefault(name, ["", "", ""])[2] = f"{statistics.median(results):.0f}"
+    columns = (f"bursts of {BURST}", f"{RATE:,}/s", "replay, all due")
+    figures.table(f"{rounds} rounds", columns, ((name, *cells) for name, cells in rows.items()))
+    figures.write()
 
 
 if __name__ == "__main__":

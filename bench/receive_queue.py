@@ -1,25 +1,20 @@
-#!/usr/bin/env python3
-"""Shows how many datagrams of each type the kernel keeps for a socket that nobody reads, and how long
-a stall that bridges at the rates of device_sim.
+"""How many datagrams of each type the kernel keeps for a socket that nobody reads, and how long a
+stall that bridges at the rates of a drive: with the kernel's default and with the package's size.
+The kernel charges a datagram with the memory it lies in, given here in bytes, and not with its
+length. Sent over loopback: a network card's driver may use larger buffers, which then hold fewer.
+Without root a size is limited by net.core.rmem_max."""
 
-    bench/receive_queue.py [bytes of net.core.rmem_default]...
-
-Sent over loopback. The kernel charges a datagram with the memory it lies in, not with its length:
-a network card's driver may use larger buffers, which then hold fewer. Without root a size is
-limited by net.core.rmem_max.
-"""
-
-import pathlib
 import socket
 import sys
 
 from harness import codec
-
-ROOT = pathlib.Path(__file__).resolve().parent.parent
+from harness.figures import Figures, arguments
+from harness.mix import MIX_TYPES, RECORDS_A_SECOND
+from harness.places import ROOT
 
 DROP_IN = ROOT / "packaging" / "sysctl.conf"
 SO_RCVBUFFORCE = 33  # <asm-generic/socket.h>
-RATES_HZ = {"ImuData": 100, "GnssData": 5, "GnssPvt": 5, "AttitudeData": 20, "GenericData": 1}
+DEFAULT = 212992
 
 
 def drop_in_size():
@@ -61,19 +56,24 @@ def kept(size, datagrams):
             return count
 
 
-def main():
-    sizes = [int(size) for size in sys.argv[1:]] or [212992, drop_in_size()]
-    one = {type_.name: codec.datagram(type_()) for type_ in codec.TYPES.values()}
-    second = [one[name] for name, rate in RATES_HZ.items() for _ in range(rate)]
-
-    print(f"{'':<22}" + "".join(f"{f'{size} bytes':>22}" for size in sizes))
-    for name, datagram in one.items():
+def rows(sizes):
+    for type_ in codec.TYPES.values():
+        datagram = codec.datagram(type_())
         counts = [kept(size, [datagram]) for size in sizes]
-        cells = (f"{n} ({size // n} each)" for n, size in zip(counts, sizes))
-        print(f"{f'{name}, {len(datagram)} bytes':<22}" + "".join(f"{c:>22}" for c in cells))
+        cells = (f"{count} ({size // count} each)" for count, size in zip(counts, sizes))
+        yield f"{type_.name}, {len(datagram)} bytes", *cells
+    second = [codec.datagram(type_()) for type_ in MIX_TYPES]
     counts = [kept(size, second) for size in sizes]
-    print(f"{f'{len(second)} a second, mixed':<22}" + "".join(f"{n:>22}" for n in counts))
-    print(f"{'':<22}" + "".join(f"{f'{n / len(second):.1f} s':>22}" for n in counts))
+    yield f"{RECORDS_A_SECOND} a second, mixed", *counts
+    yield "which bridges", *(f"{count / RECORDS_A_SECOND:.1f} s" for count in counts)
+
+
+def main():
+    options = arguments(__doc__, numbers="bytes")
+    sizes = options.bytes or [DEFAULT, drop_in_size()]
+    figures = Figures("receive_queue", __doc__, is_written=options.is_written)
+    figures.table("receive queue", [f"{size:,} bytes" for size in sizes], rows(sizes))
+    figures.write()
 
 
 if __name__ == "__main__":

@@ -1,5 +1,5 @@
-// Records like log_tool, at the cost of the system calls and of one buffered write per frame: the
-// floor under what recording can cost. Command line and greetings are log_tool's.
+// The floor of recording: it does log_tool's work at the cost of the system calls and of one
+// buffered write per frame. Command line and hellos are log_tool's.
 
 #include <cerrno>
 #include <csignal>
@@ -30,17 +30,17 @@ struct Frame
     uint32_t footer;
 };
 
-struct Greeter
+struct Link
 {
     int fd;
     sockaddr_in device;
-    unsigned datagrams; // since the last greeting that they caused
+    unsigned datagrams; // since the last hello that they caused
 };
 
-static void sayHello(Greeter const& greeter)
+static void sayHello(Link const& link)
 {
-    sendto(greeter.fd, HELLO, sizeof HELLO, 0, reinterpret_cast<sockaddr const*>(&greeter.device),
-           sizeof greeter.device);
+    sendto(link.fd, HELLO, sizeof HELLO, 0, reinterpret_cast<sockaddr const*>(&link.device),
+           sizeof link.device);
     puts("send hello");
 }
 
@@ -59,44 +59,44 @@ static void writeFrame(unsigned char const* datagram, size_t size, FILE* log)
     });
 }
 
-// Takes all that is queued. True when a greeting was said.
-static bool drain(Greeter& greeter, FILE* log)
+// Takes all that is queued. True when a hello was said.
+static bool drain(Link& link, FILE* log)
 {
-    bool greeted = false;
+    bool saidHello = false;
     while (s_stop == 0) {
         unsigned char datagram[1600];
         sockaddr_in from;
         socklen_t fromSize = sizeof from;
-        ssize_t const size = recvfrom(greeter.fd, datagram, sizeof datagram, 0,
+        ssize_t const size = recvfrom(link.fd, datagram, sizeof datagram, 0,
                                       reinterpret_cast<sockaddr*>(&from), &fromSize);
         if (size < 1)
             break;
         writeFrame(datagram, static_cast<size_t>(size), log);
-        if (++greeter.datagrams < HELLO_EVERY_N_PACKETS)
+        if (++link.datagrams < HELLO_EVERY_N_PACKETS)
             continue;
-        sayHello(greeter);
-        greeter.datagrams = 0;
-        greeted = true;
+        sayHello(link);
+        link.datagrams = 0;
+        saidHello = true;
     }
-    return greeted;
+    return saidHello;
 }
 
-static void record(Greeter& greeter, FILE* log)
+static void record(Link& link, FILE* log)
 {
     timeval untilHello = {};
     while (s_stop == 0) {
         fd_set readable;
         FD_ZERO(&readable);
-        FD_SET(greeter.fd, &readable);
+        FD_SET(link.fd, &readable);
 
         // What is left of the time-out stays in it. A CTRL-C just before the wait is seen at its
         // end.
-        int const ready = select(greeter.fd + 1, &readable, nullptr, nullptr, &untilHello);
+        int const ready = select(link.fd + 1, &readable, nullptr, nullptr, &untilHello);
         if (ready == 0) {
             printf("timeout: ");
-            sayHello(greeter);
+            sayHello(link);
         }
-        if (ready == 0 || (ready > 0 && drain(greeter, log)))
+        if (ready == 0 || (ready > 0 && drain(link, log)))
             untilHello = HELLO_PERIOD;
     }
 }
@@ -105,18 +105,18 @@ int main(int argc, char** argv)
 {
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     CommandLine line;
-    Greeter greeter = {};
-    greeter.device.sin_family = AF_INET;
-    parseCommandLine(argc, argv, line, greeter.device);
+    Link link = {};
+    link.device.sin_family = AF_INET;
+    parseCommandLine(argc, argv, line, link.device);
 
     FILE* const log = fopen64(line.fileName, "w+");
-    greeter.fd = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0);
-    if (!log || greeter.fd == -1) {
+    link.fd = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0);
+    if (!log || link.fd == -1) {
         perror(line.fileName);
         return EXIT_FAILURE;
     }
     signal(SIGINT, [](int) { s_stop = 1; });
-    record(greeter, log);
+    record(link, log);
     puts("\nCTRL-C Pressed");
     return fclose(log) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

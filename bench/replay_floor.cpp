@@ -1,6 +1,6 @@
-// Replays a whole log like log_tool, at the cost of a buffered read and one sendto per record: the
-// floor under what a replay can cost. All records go out at once; with --paced in front of the
-// other arguments each goes out on its millisecond, by the rule of log_tool's loop.
+// The floor of replaying: it does log_tool's work at the cost of a buffered read and one sendto per
+// record. All records go out at once; with --paced in front of the other arguments each goes out on
+// its millisecond, by the rule of log_tool's loop.
 
 #include <cstdio>
 #include <cstdlib>

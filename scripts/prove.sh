@@ -3,11 +3,11 @@
 # moments, millions of records, files past 4 GiB, the wrap of the clock. On a fresh Debian 12 it
 # installs what it needs.
 #
-#   scripts/prove.sh [stage...]
+#   scripts/prove.sh [stage...] [option...]
 #
-# A stage is a program of tests/long/ by its name, with or without its ending; all of them without one. It
-# prints rows of name, figure and bound, and fails on a loss, a crash or a bound that does not hold.
-# Stages of Python take options that scale them: tests/long/<stage>.py --help.
+# A stage is a program of tests/long/ by its name, with or without its ending; all of them without one.
+# It prints rows of name, figure and bound, and fails on a loss, a crash or a bound that does not hold.
+# Options go to the stages that are named, for example to scale them: scripts/prove.sh crash --help.
 # PROVE_LIMIT, by default 45m, ends a stage that takes longer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -35,14 +35,17 @@ find_stage() {
 }
 
 stages=()
+options=()
 if [ $# -eq 0 ]; then
     for path in tests/long/*; do
         [ ! -x "$path" ] || [ -d "$path" ] || stages+=("$path")
     done
 else
-    for name in "$@"; do
-        stages+=("$(find_stage "$name")")
+    while [ $# -gt 0 ] && [[ $1 != -* ]]; do
+        stages+=("$(find_stage "$1")")
+        shift
     done
+    options=("$@")
 fi
 
 mkdir -p "$out"
@@ -60,7 +63,7 @@ for stage in "${stages[@]}"; do
     printf '\n== %s\n' "$name" >&2
     printf '[%s]\t \t \n' "$name" >>"$out/rows"
     started=$SECONDS
-    timeout --kill-after=10 "$limit" "$stage" | tee "$out/$name.rows" ||
+    timeout --kill-after=10 "$limit" "$stage" "${options[@]}" | tee "$out/$name.rows" ||
         missed+=("$name (status ${PIPESTATUS[0]})")
     cat "$out/$name.rows" >>"$out/rows"
     printf '  seconds\t%s\t \n' $((SECONDS - started)) >>"$out/rows"

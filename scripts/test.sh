@@ -24,13 +24,13 @@ cmake --build --preset default --target all_verify_interface_header_sets
 step "Static analysis"
 cppcheck --quiet --std=c++17 --enable=warning,performance,portability --inline-suppr \
     --error-exitcode=1 --template=gcc -j "$jobs" src tools bench tests
-git ls-files -co --exclude-standard 'src/*.cpp' 'tools/*.cpp' 'bench/*.cpp' |
+git ls-files -co --exclude-standard 'src/*.cpp' 'tools/*.cpp' 'bench/*.cpp' 'tests/harness/*.cpp' |
     xargs -n 1 -P "$jobs" clang-tidy -p build/default --quiet \
         --extra-arg=-Wno-ignored-optimization-argument \
         --extra-arg=-Wno-unused-command-line-argument # GCC's optimisations
 
 step "Cost"
-PYTHONPATH=tests python3 -B bench/guard.py
+PYTHONPATH=tests python3 -B tests/long/cost.py
 
 step "Tests with AddressSanitizer and UndefinedBehaviorSanitizer"
 cmake --preset sanitize >build/configure.log

@@ -171,7 +171,7 @@ class FailingReceptionTest(RecordingTest):
 
 
 class FailingOpeningTest(RecordingTest):
-    def test_of_a_recording_is_reported_and_greetings_fail(self):
+    def test_of_a_recording_is_reported_and_hellos_fail(self):
         recordings = [
             Recording(self, log=name, wrapper=wrapper) for name, (wrapper, _) in OPEN_FAILED.items()
         ]

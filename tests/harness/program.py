@@ -46,7 +46,8 @@ class Program:
     """A running program whose standard output is a pipe, read line by line here, or an output of
     the test's."""
 
-    def __init__(self, arguments, folder, output=None):
+    def __init__(self, arguments, folder, output=None, timeout_s=TIMEOUT_S):
+        self._timeout_s = timeout_s  # for its next line and its end
         self.lines = []  # read so far, without their ends
         self._output = b""
         self._errors = tempfile.TemporaryFile()
@@ -77,7 +78,7 @@ class Program:
         if self._process.stdout is None or self._process.stdout.closed:
             return None
         if deadline is None:
-            deadline = time.monotonic() + TIMEOUT_S
+            deadline = time.monotonic() + self._timeout_s
         while b"\n" not in self._output:
             data = self._read(deadline)
             if not data:
@@ -96,7 +97,7 @@ class Program:
         """The exit status, negative for a signal, once the output has ended."""
         while self.read_line() is not None:
             pass
-        return self._process.wait(TIMEOUT_S)
+        return self._process.wait(self._timeout_s)
 
     def wait_briefly(self):
         """The same of a program that has been told to end."""

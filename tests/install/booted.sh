@@ -25,12 +25,12 @@ wait_for() {
 }
 
 # The file is there before the program is: only its first lines show that it greets.
-greetings() {
+hellos() {
     journalctl --no-pager -q _PID="$(systemctl show -P MainPID "$unit")" -g '^timeout: send hello' |
         wc -l
 }
 has_log() { [ "$(find "$logs" -name '*.log' | wc -l)" -eq "$1" ]; }
-has_greeted() { [ "$(greetings)" -ge "$1" ]; }
+has_greeted() { [ "$(hellos)" -ge "$1" ]; }
 
 # stream <n>: the device sends to recording n, which then has read everything.
 stream() {
@@ -38,7 +38,7 @@ stream() {
     device_sim --bind 127.0.0.1 --port 5005 --imu-rate 1000 --count 2000 --dump "/root/sent.$1" \
         >/dev/null
     # A device that has ended is greeted on the timer only.
-    wait_for has_greeted $(($(greetings) + 2))
+    wait_for has_greeted $(($(hellos) + 2))
 }
 
 wait_for systemctl -q is-active "$unit"

@@ -61,8 +61,12 @@ def main(report):
     run = sum(count > 0 for count in counts)
     taken = sum(count > 0 for count in branches)
     show_row("lines of src/ run by the tests", run, len(counts), "all but those explained")
-    show_row("branches taken, but for exceptions", taken, len(branches),
-             f"at least {BRANCHES_AT_LEAST} %")
+    show_row(
+        "branches taken, but for exceptions",
+        taken,
+        len(branches),
+        f"at least {BRANCHES_AT_LEAST} %",
+    )
     if unexplained or 100 * taken < BRANCHES_AT_LEAST * len(branches):
         sys.exit(1)
 

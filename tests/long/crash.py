@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """kill -9 at random moments of a recording: what is left is the log of the first records sent, with
-at most one frame cut, and lacks no more than the C library's buffer and the record in hand. A replay
-of it sends every whole record and ends at the cut.
+at most one frame cut, and lacks no more than the C library's buffer and the record in hand. A
+replay of it sends every whole record and ends at the cut.
 """
 
 import bisect
@@ -11,16 +11,14 @@ import random
 import signal
 import sys
 
-from proving import Report, arguments, prepared, spread
-
 from harness import codec
-from harness.codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData, datagram, frame
+from harness.codec import GenericData, GnssData, datagram, frame
+from harness.mix import MIX_TYPES, RECORDS_A_SECOND
+from harness.proving import Report, arguments, prepared, spread
 from harness.recording import Recording, udp_socket
 from harness.replaying import ReplayTest
 
-RATES_HZ = {ImuData: 100, AttitudeData: 20, GnssPvt: 5, GnssData: 5, GenericData: 1}
-RECORDS_PER_S = sum(RATES_HZ.values())
-BYTES_PER_S = sum(rate * len(frame(type_())) for type_, rate in RATES_HZ.items())
+BYTES_A_SECOND = sum(len(frame(type_())) for type_ in MIX_TYPES)
 LARGEST_BUFFER = 8192  # of the C library, which takes the file's block size if that is smaller
 LARGEST_FRAME = len(frame(GnssData()))
 SMALLEST_FRAME = len(frame(GenericData()))
@@ -32,8 +30,7 @@ REPLAYED = 100
 
 def mixed_records():
     """Types at their usual rates, all due at once."""
-    types = [type_ for type_, rate in RATES_HZ.items() for _ in range(rate)]
-    random.Random(1).shuffle(types)
+    types = random.Random(1).sample(MIX_TYPES, len(MIX_TYPES))
     return [types[i % len(types)].numbered(0, i) for i in range(MAX_RECORDS + PORTION)]
 
 
@@ -45,8 +42,8 @@ SIZES = list(itertools.accumulate(map(len, FRAMES), initial=0))  # of the log of
 
 
 def stream_until_killed(recording, rng):
-    """Sends in small portions, each once the queue is empty, and kills. How many records the program
-    has certainly taken."""
+    """Sends in small portions, each once the queue is empty, and kills. How many records the
+    program has certainly taken."""
     taken = 0
     end = rng.randrange(MAX_RECORDS)
     while taken < end:
@@ -111,8 +108,10 @@ def main():
         most["records lost"],
         window // SMALLEST_FRAME + 1,
     )
-    report.row("  window at the usual rates, s", f"{window / BYTES_PER_S:.2f}")
-    report.row("  window at the usual rates, records", window * RECORDS_PER_S // BYTES_PER_S + 1)
+    report.row("  window at the usual rates, s", f"{window / BYTES_A_SECOND:.2f}")
+    report.row(
+        "  window at the usual rates, records", window * RECORDS_A_SECOND // BYTES_A_SECOND + 1
+    )
     report.end()
 
 

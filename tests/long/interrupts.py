@@ -18,9 +18,8 @@ import signal
 import sys
 import time
 
-from proving import Report, arguments, prepared, spread
-
 from harness.codec import datagram, frame
+from harness.proving import Report, arguments, prepared, spread
 from harness.recording import INTERRUPTED, PACKET_HELLO, Recording, enlarge_queue
 from harness.replaying import HOUR_MS, ReplayTest, log_of, numbered_records
 from harness.stepping import SteppedTest, list_work
@@ -206,9 +205,7 @@ def aim_all(report, name, run, options):
 
 
 def main():
-    options = arguments(
-        __doc__, runs=1000, aims=100, processes=4, seed=random.randrange(1 << 32)
-    )
+    options = arguments(__doc__, runs=1000, aims=100, processes=4, seed=random.randrange(1 << 32))
     print(f"--seed {options.seed}", file=sys.stderr)
     report = Report()
 

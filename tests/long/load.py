@@ -4,14 +4,14 @@ rate that a bare loop takes which does no more than receive and write. Nothing m
 memory stays as it is.
 
 The rate is found by short runs: from what the recorder takes when it is never left waiting, down
-until the load, which is held back when the recorder's queue fills, keeps it.
+until the feeder, which is held back when the recorder's queue fills, keeps it.
 """
 
-from loading import AS_FAST_AS_TAKEN, RECORD_FLOOR, NumberedLog, Recorded, folder
-from proving import Report, arguments
-
 from harness.codec import ImuData
+from harness.loading import AS_FAST_AS_TAKEN, NumberedLog, Recorded, report_memory
+from harness.measuring import RECORD_FLOOR, folder
 from harness.places import LOG_TOOL
+from harness.proving import Report, arguments
 
 STEPS = (0.95, 0.9, 0.85, 0.8, 0.7, 0.6, 0.5, 0.4, 0.3, 0.2)
 KEPT = 0.99  # of the rate
@@ -19,10 +19,10 @@ KEPT = 0.99  # of the rate
 
 def steady_rate(recorder, trial):
     """What the recorder takes when it is never left waiting, and the highest rate that it keeps."""
-    with folder() as path:
-        busy = Recorded(recorder, ImuData, trial, AS_FAST_AS_TAKEN, path).rate
+    with folder(in_memory=False) as path:
+        busy = Recorded([recorder], ImuData, trial, AS_FAST_AS_TAKEN, path).rate
         for rate in (int(busy * step) for step in STEPS):
-            run = Recorded(recorder, ImuData, trial, rate, path)
+            run = Recorded([recorder], ImuData, trial, rate, path)
             if run.rate >= rate * KEPT and run.dropped == 0:
                 break
         return busy, rate
@@ -33,19 +33,22 @@ def main():
     report = Report()
     floor_busy, floor = steady_rate(RECORD_FLOOR, options.trial)
     busy, rate = steady_rate(LOG_TOOL, options.trial)
-    with folder() as path:
-        run = Recorded(LOG_TOOL, ImuData, options.count, rate, path)
+    with folder(in_memory=False) as path:
+        run = Recorded([LOG_TOOL], ImuData, options.count, rate, path)
         report.row("records sent at a steady rate", run.count)
-        report.exactly("  in the log, whole and in order",
-                       NumberedLog(ImuData).correct(run.log, run.count), run.count)
+        report.exactly(
+            "  in the log, whole and in order",
+            NumberedLog(ImuData).correct(run.log, run.count),
+            run.count,
+        )
         report.exactly("  dropped by the kernel", run.dropped, 0)
         report.exactly("  exit status", run.status, 0)
         report.row("  records a second", run.rate)
         report.row("  the same of a bare receive-and-write loop", floor)
         report.row("  records a second when never left waiting", busy)
         report.row("  the same of the bare loop", floor_busy)
-        report.row("  times the load was held back", run.result["heldBack"])
-        run.memory.report(report, "while recording")
+        report.row("  times the feeder was held back", run.result["heldBack"])
+        report_memory(report, run.memory, "while recording")
     report.end()
 
 

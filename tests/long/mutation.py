@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
-"""Breaks src/ in small ways, one at a time, and counts how many of the breaks the tests find.
+"""Breaks src/ in small ways, one at a time, and counts how many of these mutants the tests find.
 
-    mutation.py [--list] [--all] [--only <part of a name>]... [--own-tests] [--try-missed]
+    scripts/prove.sh mutation [--list] [--all] [--only <part of a name>]... [--own-tests]
+                              [--try-missed]
 
-Works in copies of the tree below build/mutation, two at a time. A break is tried on the unit tests
+Works in copies of the tree below build/mutation, two at a time. A mutant is tried on the unit tests
 of its layer, then of the layers above it, then on whole programs. The first failure, crash or run
 over the time limit finds it; a failure must come twice, so that a busy machine finds nothing. One
 that does not compile does not count. Prints a row of name, figure and bound; what was tried and
-which breaks were missed goes to standard error. The exit status is 1 when too few are found, or
+which mutants were missed goes to standard error. The exit status is 1 when too few are found, or
 when one is missed without a reason in missed.txt. Those that have one count as missed without being
 tried again: nothing takes longer than to find that no test fails.
 """
@@ -25,7 +26,7 @@ import sys
 import threading
 import time
 
-from breaks import breaks_of
+from mutants import mutants_of
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 OUT = ROOT / "build" / "mutation"
@@ -55,7 +56,7 @@ OVER_LIMIT = "time limit"
 BUILD_LIMIT_S = 300
 MEMORY_LIMIT = 4 << 30  # also ends a loop that allocates
 
-# The share of the breaks that is tried: of the kinds that are many and easily found, fewer.
+# The share of the mutants that is tried: of the kinds that are many and easily found, fewer.
 SHARES = {"text": 0.08, "number": 0.18, "statement": 0.16, "arguments": 0.2, "order": 0.15}
 OTHER_SHARE = 0.27
 
@@ -68,22 +69,26 @@ class Missing(Exception):
     """The unbroken tree does not pass."""
 
 
-def all_breaks():
+def all_mutants():
     found = []
     for path in sorted((ROOT / "src").rglob("*")):
         if path.suffix in (".h", ".cpp"):
             name = path.relative_to(ROOT).as_posix()
-            found += breaks_of(name, path.read_text(encoding="utf-8"))
+            found += mutants_of(name, path.read_text(encoding="utf-8"))
     return found
 
 
-def sample(breaks):
+def sample(mutants):
     """The same share of every kind, and one of every file: an edit moves no other file's choice."""
     lowest = {}
-    for b in breaks:
-        if b.file not in lowest or b.rank < lowest[b.file].rank:
-            lowest[b.file] = b
-    return [b for b in breaks if b.rank < SHARES.get(b.kind, OTHER_SHARE) or lowest[b.file] == b]
+    for mutant in mutants:
+        if mutant.file not in lowest or mutant.rank < lowest[mutant.file].rank:
+            lowest[mutant.file] = mutant
+    return [
+        mutant
+        for mutant in mutants
+        if mutant.rank < SHARES.get(mutant.kind, OTHER_SHARE) or lowest[mutant.file] == mutant
+    ]
 
 
 def source_files():
@@ -129,7 +134,7 @@ class Copy:
                 shutil.copymode(ROOT / name, target)
 
     def _configure(self):
-        # No warnings: the tests are to find the breaks. Tests are not listed at build time, since
+        # No warnings: the tests are to find the mutants. Tests are not listed at build time, since
         # a broken program would make that fail.
         subprocess.run(
             ["cmake", "-S", self._tree, "-B", self._build, "-G", "Ninja",
@@ -201,15 +206,15 @@ class Copy:
         if failure := self.failure_of(TESTED_BY):
             raise Missing(failure)
 
-    def try_break(self, b, own_tests):
-        layers = TESTED_BY[b.file.split("/")[1]]
-        path = self._tree / b.file
+    def try_mutant(self, mutant, own_tests):
+        layers = TESTED_BY[mutant.file.split("/")[1]]
+        path = self._tree / mutant.file
         source = path.read_text(encoding="utf-8")
-        path.write_text(b.apply(source), encoding="utf-8")
+        path.write_text(mutant.apply(source), encoding="utf-8")
         try:
             if own_tests:
                 return self._failure_of_layer(layers[0])
-            return self.failure_of(() if b.file == MAIN else layers)
+            return self.failure_of(() if mutant.file == MAIN else layers)
         finally:
             path.write_text(source, encoding="utf-8")
 
@@ -259,18 +264,18 @@ class Report:
         self._lock = threading.Lock()
         self._file = open(OUT / "outcomes.txt", "w", encoding="utf-8", buffering=1)
 
-    def add(self, b, outcome):
+    def add(self, mutant, outcome):
         with self._lock:
             self._done += 1
             if outcome is None:
-                self.missed.append(b)
+                self.missed.append(mutant)
             elif outcome == "does not compile":
                 self.uncompilable += 1
             else:
                 self.found += 1
-            print(f"{b.kind} | {b.name} | {outcome or 'MISSED'}", file=self._file)
+            print(f"{mutant.kind} | {mutant.name} | {outcome or 'MISSED'}", file=self._file)
             if outcome is None or self._done % 20 == 0:
-                print(f"{self._done}/{self._count} {outcome or 'missed'}: {b.name}",
+                print(f"{self._done}/{self._count} {outcome or 'missed'}: {mutant.name}",
                       file=sys.stderr, flush=True)  # fmt: skip
 
 
@@ -285,11 +290,11 @@ def work(number, todo, report, own_tests):
     copy = Copy(number)
     if not own_tests:
         copy.check_unbroken()
-    while b := take(todo):
+    while mutant := take(todo):
         try:
-            report.add(b, copy.try_break(b, own_tests))
+            report.add(mutant, copy.try_mutant(mutant, own_tests))
         except DoesNotCompile:
-            report.add(b, "does not compile")
+            report.add(mutant, "does not compile")
 
 
 def read_reasons():
@@ -304,15 +309,15 @@ def read_reasons():
 def show_missed(missed, reasons):
     """Lists them with their reasons; returns how many have none."""
     print(f"\n{len(missed)} missed:", file=sys.stderr)
-    for b in sorted(missed, key=lambda b: b.name):
-        print(f"{b.name}\n    {reasons.get(b.name, 'not explained')}", file=sys.stderr)
-    return sum(b.name not in reasons for b in missed)
+    for mutant in sorted(missed, key=lambda mutant: mutant.name):
+        print(f"{mutant.name}\n    {reasons.get(mutant.name, 'not explained')}", file=sys.stderr)
+    return sum(mutant.name not in reasons for mutant in missed)
 
 
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--list", action="store_true", help="show what would be tried")
-    parser.add_argument("--all", action="store_true", help="try every break, not a sample")
+    parser.add_argument("--all", action="store_true", help="try every mutant, not a sample")
     parser.add_argument("--only", action="append", help="try those whose name contains this")
     parser.add_argument("--own-tests", action="store_true",
                         help="try the unit tests of the broken layer only")  # fmt: skip
@@ -320,26 +325,28 @@ def main():
                         help="try those again that are known to be missed")  # fmt: skip
     options = parser.parse_args()
 
-    breaks = all_breaks()
+    mutants = all_mutants()
     if not options.all:
-        breaks = sample(breaks)
+        mutants = sample(mutants)
     if options.only:
-        breaks = [b for b in breaks if any(part in b.name for part in options.only)]
+        mutants = [
+            mutant for mutant in mutants if any(part in mutant.name for part in options.only)
+        ]
     if options.list:
-        print(*(f"{b.kind} | {b.name}" for b in breaks), sep="\n")
+        print(*(f"{mutant.kind} | {mutant.name}" for mutant in mutants), sep="\n")
         return 0
 
     OUT.mkdir(parents=True, exist_ok=True)
     resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     reasons = read_reasons()
-    report = Report(len(breaks))
-    todo = queue.SimpleQueue()  # by file: a copy compiles little between two breaks of one
-    for b in breaks:
-        if b.name in reasons and not options.try_missed:
-            report.add(b, None)
+    report = Report(len(mutants))
+    todo = queue.SimpleQueue()  # by file: a copy compiles little between two mutants of one
+    for mutant in mutants:
+        if mutant.name in reasons and not options.try_missed:
+            report.add(mutant, None)
         else:
-            todo.put(b)
+            todo.put(mutant)
     start = time.monotonic()
     with concurrent.futures.ThreadPoolExecutor(COPIES) as pool:
         jobs = [
@@ -350,14 +357,14 @@ def main():
             for job in concurrent.futures.as_completed(jobs):
                 job.result()
         finally:
-            while take(todo):  # the others end with the break that they are trying
+            while take(todo):  # the others end with the mutant that they are trying
                 pass
 
     tried = report.found + len(report.missed)
     unexplained = show_missed(report.missed, reasons)
     print(f"{report.uncompilable} more do not compile; {time.monotonic() - start:.0f} s",
           file=sys.stderr)  # fmt: skip
-    print(f"small breaks of src/ found by the tests\tkilled {report.found} of {tried} "
+    print(f"mutants of src/ found by the tests\tkilled {report.found} of {tried} "
           f"({100 * report.found / tried:.1f} %)\tat least {FOUND_AT_LEAST} %")  # fmt: skip
     return int(unexplained > 0 or 100 * report.found < FOUND_AT_LEAST * tried)
 

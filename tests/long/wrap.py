@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Recording and replaying while the program's clock, 32 bits of milliseconds, wraps, which it does
-every 49.7 days: greetings and records keep their times, measured by the kernel's time stamps of
+every 49.7 days: hellos and records keep their times, measured by the kernel's time stamps of
 their reception.
 """
 
@@ -8,13 +8,12 @@ import socket
 import statistics
 import struct
 
-from proving import Report, arguments, prepared
-
 from harness import codec
 from harness.codec import datagram
 from harness.faults import shifted
 from harness.places import LOG_TOOL
 from harness.program import TIMEOUT_S
+from harness.proving import Report, arguments, prepared
 from harness.recording import INTERRUPTED
 from harness.replaying import ReplayTest, log_of, numbered_records, replay_command
 
@@ -69,10 +68,14 @@ def replay(report, seconds):
     right = sum(data == datagram(record) for data, record in zip(datagrams, records))
     report.exactly("replay across the wrap of the clock: records sent", right, len(records))
     report.row("  earliest, ms late", f"{min(late):.2f}", f">= {-EARLY_MS}", min(late) >= -EARLY_MS)
-    for name, part in (("before", late[:half]), ("behind", late[half:])):
+    for name, part in (("before", late[:half]), ("after", late[half:])):
         median = statistics.median(part)
-        report.row(f"  median {name} the wrap, ms late", f"{median:.2f}", f"<= {LATE_MS}",
-                   median <= LATE_MS)
+        report.row(
+            f"  median {name} the wrap, ms late",
+            f"{median:.2f}",
+            f"<= {LATE_MS}",
+            median <= LATE_MS,
+        )
     report.row("  latest, ms late", f"{max(late):.2f}")
 
 
@@ -88,10 +91,14 @@ def record(report, hellos):
         assert program.lines[-2:] == INTERRUPTED, program.lines
     periods = [after - before for before, after in zip(times, times[1:])]
     right = datagrams.count(codec.HELLO)
-    report.exactly("recording across the wrap of the clock: greetings", right, hellos)
+    report.exactly("recording across the wrap of the clock: hellos", right, hellos)
     mean = statistics.mean(periods)
-    report.row("  mean period, ms", f"{mean:.1f}", f"{HELLO_PERIOD_MS} +- 2%",
-               abs(mean - HELLO_PERIOD_MS) <= 0.02 * HELLO_PERIOD_MS)
+    report.row(
+        "  mean period, ms",
+        f"{mean:.1f}",
+        f"{HELLO_PERIOD_MS} +- 2%",
+        abs(mean - HELLO_PERIOD_MS) <= 0.02 * HELLO_PERIOD_MS,
+    )
     report.row("  longest period, ms", f"{max(periods):.1f}")
 
 

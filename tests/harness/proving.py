@@ -1,4 +1,4 @@
-"""What the stages of scripts/prove.sh share: the way to the programs, the rows they print and runs
+"""What the stages of scripts/prove.sh share: their command line, the rows that they print, and runs
 spread over processes."""
 
 import argparse

@@ -1,4 +1,4 @@
-"""Finds the small breaks that can be made in a source file: one line is changed at a time."""
+"""Finds the mutants of a source file: each is the file with one small change that breaks it."""
 
 import dataclasses
 import hashlib
@@ -6,7 +6,7 @@ import re
 
 
 @dataclasses.dataclass(frozen=True)
-class Break:
+class Mutant:
     """Identified by its texts, so that it stays the same when the line moves."""
 
     file: str
@@ -82,7 +82,8 @@ SIMPLE_CONDITION = re.compile(r"![^&|]*|[^&|]* [!=]= [^&|]*")
 ARGUMENTS = re.compile(r"(?<!std::min)(?<!std::max)(?<!memcmp)\(([^(), ]+), ([^(), ]+)(?=[,)])")
 # What does not compile otherwise, or does nothing on any machine that we know (va_end).
 NOT_CODE = re.compile(
-    r"\s*(#|static_assert|template|using|va_end|virtual .* = 0;|.* = (delete|default);|.*__attribute__)"
+    r"\s*(#|static_assert|template|using|va_end|virtual .* = 0;|.* = (delete|default);"
+    r"|.*__attribute__)"
 )
 
 
@@ -96,7 +97,7 @@ def _replacements(code, line):
         yield "step", *match.span(), "--" if match.group() == "++" else "++"
     for match in re.finditer(r"!(?=[\w(*])", code):
         yield "negation", *match.span(), ""
-    # The byte order of INADDR_ANY, which is 0, is no break.
+    # The byte order of INADDR_ANY, which is 0, changes nothing.
     for match in re.finditer(r"(?:std::)?\b[A-Za-z_]\w*\b(?!\(INADDR_ANY)", code):
         if match.group() in WORDS:
             yield "word", *match.span(), WORDS[match.group()]
@@ -155,11 +156,11 @@ def _changes(lines, codes):
         before = code
 
 
-def breaks_of(file, source):
-    """Every break of a source file, in its order."""
+def mutants_of(file, source):
+    """Every mutant of a source file, in its order."""
     seen = {}
     codes = code_only(source).split("\n")
     for kind, number, old, new in _changes(source.split("\n"), codes):
         key = (one_line(old), one_line(new))
         seen[key] = seen.get(key, 0) + 1
-        yield Break(file, kind, old, new, seen[key], number)
+        yield Mutant(file, kind, old, new, seen[key], number)

@@ -1,4 +1,4 @@
-// Loads a recorder: waits for its hello like the device and sends it numbered records, watching its
+// Feeds a recorder: waits for its hello like the device and sends it numbered records, watching its
 // queue so that nothing is dropped.
 
 #include <algorithm>
@@ -95,10 +95,10 @@ private:
     uint64_t m_number = 0;
 };
 
-class Load
+class Feeder
 {
 public:
-    Load(Options const& options, DeviceSocket const& socket, sockaddr_in const& receiver)
+    Feeder(Options const& options, DeviceSocket const& socket, sockaddr_in const& receiver)
         : m_options(options),
           m_socket(socket),
           m_receiver(receiver),
@@ -219,7 +219,7 @@ static sockaddr_in waitForHello(DeviceSocket const& socket)
     return reception.from;
 }
 
-static void load(Options const& options)
+static void feed(Options const& options)
 {
     prctl(PR_SET_TIMERSLACK, 1UL); // it sleeps for microseconds
     DeviceSocket const socket("127.0.0.1", options.port);
@@ -232,7 +232,7 @@ static void load(Options const& options)
     receiver.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (options.to == 0)
         receiver = waitForHello(socket);
-    puts(Load(options, socket, receiver).run().dump().c_str());
+    puts(Feeder(options, socket, receiver).run().dump().c_str());
 }
 
 static int run(int argc, char** argv)
@@ -256,7 +256,7 @@ static int run(int argc, char** argv)
     app.add_option("--rate", options.rate,
                    "datagrams a second instead, as far as the recorder's queue has room");
     CLI11_PARSE(app, argc, argv);
-    load(options);
+    feed(options);
     return EXIT_SUCCESS;
 }
 
@@ -265,7 +265,7 @@ int main(int argc, char** argv)
     try {
         return run(argc, argv);
     } catch (std::exception const& error) {
-        fprintf(stderr, "load: %s\n", error.what());
+        fprintf(stderr, "feeder: %s\n", error.what());
         return EXIT_FAILURE;
     }
 }

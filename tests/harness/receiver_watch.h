@@ -1,5 +1,5 @@
-#ifndef BENCH_RECEIVER_WATCH_H
-#define BENCH_RECEIVER_WATCH_H
+#ifndef HARNESS_RECEIVER_WATCH_H
+#define HARNESS_RECEIVER_WATCH_H
 
 #include <cstddef>
 #include <cstdint>

@@ -30,7 +30,7 @@ struct SinkOptions
 struct SinkReport
 {
     uint64_t count = 0;
-    uint64_t wrong = 0;  // not a record of the load, or behind a later one
+    uint64_t wrong = 0;  // not a record of the feeder, or behind a later one
     uint32_t number = 0; // that may follow
     uint64_t bytes = 0;
     int64_t firstNs = 0;
@@ -38,7 +38,7 @@ struct SinkReport
     uint32_t dropped = 0;
 };
 
-// Whether it is a record as the load sends them: all zeros but for its number.
+// Whether it is a record as the feeder sends them: all zeros but for its number.
 static bool isNumberedRecord(DeviceSocket::Reception const& reception, uint32_t& number)
 {
     static constexpr size_t NUMBER_AT = PACKET_HEADER_SIZE + 4;
@@ -128,7 +128,7 @@ static int run(int argc, char** argv)
                    "file for the kernel's time stamps of the reception: CLOCK_REALTIME in ns, "
                    "64 bits each");
     app.add_flag("--numbered", options.isNumbered,
-                 "they are the load's records of one log: count what is anything else");
+                 "they are the feeder's records of one log: count what is anything else");
     CLI11_PARSE(app, argc, argv);
     receive(options);
     return EXIT_SUCCESS;
