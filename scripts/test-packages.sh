@@ -56,18 +56,7 @@ install_packages() {
 
 # compare <log> <dump of the device>: all that the device has sent is in the log, and nothing else.
 compare() {
-    PYTHONPATH=tests python3 -B - "$@" <<'PYTHON'
-import pathlib
-import sys
-
-from harness import codec
-
-log, dump = (pathlib.Path(name) for name in sys.argv[1:])
-sent = codec.parse_dump(dump.read_bytes())
-if not sent or log.read_bytes() != codec.recording(sent):
-    sys.exit(f"{log} is not what was sent")
-print(f"{log.name}: all of {len(sent)} records")
-PYTHON
+    PYTHONPATH=tests python3 -B tests/install/compare.py "$@"
 }
 
 wait_for() {
@@ -125,17 +114,7 @@ test_boot() {
     install_packages "$folder" systemd dbus
     "${inside[@]}" systemctl -q enable log_tool@127.0.0.1:5005
     cp tests/install/booted.sh "$folder/root"
-    cat >"$folder/etc/systemd/system/check.service" <<'UNIT'
-[Service]
-Type=oneshot
-ExecStart=/bin/sh /root/booted.sh
-ExecStopPost=systemctl --no-block poweroff
-StandardOutput=append:/root/result
-StandardError=inherit
-
-[Install]
-WantedBy=multi-user.target
-UNIT
+    cp tests/install/check.service "$folder/etc/systemd/system"
     "${inside[@]}" systemctl -q enable check.service
 
     timeout $boot_timeout_s systemd-nspawn --quiet --directory="$folder" --boot --register=no \
