@@ -54,7 +54,7 @@ void LogDataDelay::schedule(T const& record)
 template <class T>
 void LogDataDelay::hold(T const& record, uint32_t wait)
 {
-    m_timer.setCallBack(delaySend<T>(record));
+    m_timer.takeCallBack(delaySend<T>(record));
     m_timer.startTimer(wait);
     if (!m_timer.isActive())
         throw std::bad_alloc(); // or the replay would wait for ever

@@ -14,6 +14,8 @@
 #include "tt_outlet.h"
 #include "tt_panic.h"
 
+static constexpr unsigned TERMINATE_AFTER_MS = 200;
+
 static std::unique_ptr<LogTool> s_logTool; // lives until the process exits
 static std::terminate_handler s_terminate; // the C++ library's own
 
@@ -32,6 +34,8 @@ static void onTerminate()
 {
     fflush(nullptr);
     tt_outlet_finish();
+    tt_unblock_start(
+        TERMINATE_AFTER_MS); // the library writes to standard error, which may be stuck
     s_terminate();
 }
 

@@ -56,8 +56,9 @@ void fdloop_fd_unregister_write(_fdloop_t* loop, int fd);
 void fdloop_fd_unregister_except(_fdloop_t* loop, int fd);
 
 /// Starts or stops watching the oldest entry with this `fd` and `func`, of any direction. An entry
-/// that starts is watched from the next pass on. One that stops is not called any more, even when
-/// it is ready in the pass that is running.
+/// that starts is watched from the next pass on, or at once if its descriptor has just been found
+/// ready for another entry. One that stops is not called any more, even when it is ready in the
+/// pass that is running.
 void fdloop_fd_enable(_fdloop_t* loop, int fd, fdloop_fd_func func, int enable);
 
 // Idlers run once per pass, in the order added; they cannot be removed.

@@ -17,13 +17,6 @@ static sigset_t s_caught = {};
 static volatile sig_atomic_t s_first = 0;
 static volatile uint32_t s_first_ms = 0;
 
-static void _unblock_after(unsigned ms);
-
-static bool _is_given_up()
-{
-    return tt_time_ms_elapsed(s_first_ms) >= GIVE_UP_AFTER_MS;
-}
-
 /* Caught signals that are ignored by now, too: whoever ends a run makes the process ignore the
    signal that it has handled. */
 static void _give_up()
@@ -34,6 +27,8 @@ static void _give_up()
     }
 }
 
+/* A further signal does nothing here, however late: it may have been sent early, and have waited
+   for a disk to go on. */
 static void _note(int sig)
 {
     int const saved_errno = errno;
@@ -41,10 +36,7 @@ static void _note(int sig)
     if (!s_first) {
         s_first_ms = tt_time_ms();
         s_first = sig;
-        _unblock_after(UNBLOCK_AFTER_MS);
-    } else if (_is_given_up()) {
-        _give_up();
-        raise(sig); /* blocked until this handler has returned */
+        tt_unblock_start(UNBLOCK_AFTER_MS);
     }
     errno = saved_errno;
 }
@@ -53,15 +45,15 @@ static void _on_alarm(int /*sig*/)
 {
     int const saved_errno = errno;
 
-    if (s_first && _is_given_up())
+    if (s_first && tt_time_ms_elapsed(s_first_ms) >= GIVE_UP_AFTER_MS)
         _give_up();
     errno = saved_errno;
 }
 
 /* The timer is periodic: an alarm may come just before a call blocks, and then the next one
    interrupts the call. The handler is installed only now, so that until then SIGALRM does what it
-   did before. */
-static void _unblock_after(unsigned ms)
+   did before. Also called by a signal's handler: on Linux setitimer is a plain system call. */
+void tt_unblock_start(unsigned ms)
 {
     struct sigaction action = {};
     action.sa_handler = _on_alarm; /* without SA_RESTART, so that calls end with EINTR */
@@ -98,11 +90,6 @@ int tt_interrupted()
     return s_first;
 }
 
-void tt_unblock_start(unsigned ms)
-{
-    _unblock_after(ms);
-}
-
 void tt_unblock_end()
 {
     itimerval const off = {};
@@ -112,7 +99,7 @@ void tt_unblock_end()
        own. */
     if (s_first) {
         uint32_t const left = UNBLOCK_AFTER_MS - tt_time_ms_elapsed(s_first_ms);
-        _unblock_after(left <= UNBLOCK_AFTER_MS ? std::max(left, UNBLOCK_EVERY_MS)
-                                                : UNBLOCK_EVERY_MS);
+        tt_unblock_start(left <= UNBLOCK_AFTER_MS ? std::max(left, UNBLOCK_EVERY_MS)
+                                                  : UNBLOCK_EVERY_MS);
     }
 }

@@ -25,15 +25,17 @@ static constexpr unsigned STUCK_AFTER_MS = 5;
 using _attempt_t = ssize_t (*)(char const* text, size_t len);
 
 static int s_fd = STDOUT_FILENO;
-static _attempt_t s_attempt = nullptr; /* null until the outlet is opened */
-static uint32_t s_wait_ms = 0;         /* what is left of the last wait */
-static char s_late[LATE_SIZE];         /* texts that are kept, the first one perhaps in part */
+static bool s_is_open = false;
+static uint32_t s_wait_ms = 0; /* what is left of the last wait */
+static char s_late[LATE_SIZE]; /* the texts that are kept; the first may be only a part */
 static size_t s_late_len = 0;
 
 static ssize_t _write(char const* text, size_t len)
 {
     return write(s_fd, text, len);
 }
+
+static _attempt_t s_attempt = _write;
 
 static ssize_t _send(char const* text, size_t len)
 {
@@ -61,14 +63,16 @@ static ssize_t _write_guarded(char const* text, size_t len)
 /* Waits for the reader, as long as the last wait allows. */
 static bool _has_room_again()
 {
-    if (s_wait_ms == 0)
-        return false;
-
-    uint32_t const start = tt_time_ms();
-    pollfd room = {s_fd, POLLOUT, 0};
-    int const ready = poll(&room, 1, static_cast<int>(s_wait_ms));
-    s_wait_ms -= std::min(s_wait_ms, std::max<uint32_t>(tt_time_ms_elapsed(start), 1));
-    return ready > 0;
+    while (s_wait_ms > 0) {
+        uint32_t const start = tt_time_ms();
+        pollfd room = {s_fd, POLLOUT, 0};
+        int const ready = poll(&room, 1, static_cast<int>(s_wait_ms));
+        s_wait_ms -= std::min(s_wait_ms, std::max<uint32_t>(tt_time_ms_elapsed(start), 1));
+        if (ready > 0)
+            return true;
+    }
+    errno = EAGAIN; /* not what became of the wait, which the end of a run may interrupt */
+    return false;
 }
 
 /* Writes until all is written, the reader takes no more (EAGAIN) or an error occurs. Returns the
@@ -77,7 +81,6 @@ static size_t _write_on(char const* text, size_t len)
 {
     size_t done = 0;
 
-    errno = 0;
     while (done < len) {
         ssize_t const written = s_attempt(text + done, len - done);
         if (written >= 0)
@@ -109,24 +112,10 @@ static bool _keep(char const* text, size_t len)
     return true;
 }
 
-static size_t _write_plainly(char const* text, size_t len)
-{
-    size_t done = 0;
-
-    while (done < len) {
-        ssize_t const written = write(STDOUT_FILENO, text + done, len - done);
-        if (written >= 0)
-            done += static_cast<size_t>(written);
-        else if (errno != EINTR)
-            break;
-    }
-    return done;
-}
-
 size_t tt_outlet_write(char const* text, size_t len)
 {
-    if (!s_attempt)
-        return _write_plainly(text, len);
+    if (!s_is_open)
+        return _write_on(text, len);
 
     if (s_late_len > 0)
         _write_late();
@@ -172,6 +161,7 @@ static ssize_t _write_stream(void* /*cookie*/, char const* text, size_t len)
 void tt_outlet_open()
 {
     s_attempt = _choose_attempt();
+    s_is_open = true;
 
     cookie_io_functions_t functions = {};
     functions.write = _write_stream;

@@ -6,7 +6,7 @@
 // Standard output of a program that must not wait for its readers: a terminal after CTRL-S, a pipe
 // whose reader sleeps, a journal on a slow disk. Each gets what it can take, and the rest is kept
 // for later or dropped. The text of one call is dropped whole or not at all, so a reader who comes
-// back gets whole lines, in order.
+// back gets whole lines, in order. Only a reader who leaves in the middle of a text gets a part.
 //
 // Other programs may share the terminal, pipe or socket, and their writes must block as before. So
 // the mode of the shared description is never changed.

@@ -14,13 +14,14 @@ void tt_panic(char const* fmt, ...)
     int const saved_errno = errno;
     va_list ap;
 
-    // abort() does not flush the streams. What has been recorded so far must not be lost.
-    fflush(nullptr);
+    fflush(stdout); // a line that it has a part of
     tt_printf("Panic: ");
     errno = saved_errno;
     va_start(ap, fmt);
     tt_vprintf(fmt, ap);
     va_end(ap);
+    // abort() does not flush the streams. What has been recorded so far must not be lost.
+    fflush(nullptr);
     tt_outlet_finish();
     tt_abort();
 }

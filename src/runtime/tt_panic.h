@@ -1,7 +1,7 @@
 #ifndef RUNTIME_TT_PANIC_H
 #define RUNTIME_TT_PANIC_H
 
-/// Flushes the C streams, prints "Panic: " and the message, and aborts the process.
+/// Prints "Panic: " and the message, flushes the C streams and aborts the process.
 [[noreturn]] void tt_panic(char const* fmt, ...) __attribute__((format(printf, 1, 2)));
 
 /// Panics with "*** ASSERT in <unit> at <line>\n", for a broken invariant. `line` is a fixed number

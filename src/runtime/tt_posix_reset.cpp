@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <sys/time.h>
 #include <unistd.h>
 
+#include "tt_outlet.h"
 #include "tt_panic.h"
 
 struct _signals_t
@@ -60,12 +62,21 @@ int tt_restart()
 {
     if (!s_argv)
         tt_assert_failed("tt_posix_reset", 39);
-    fflush(nullptr); // what the C streams still hold would go with the process image
+    // What the streams and the outlet still hold would be lost with this process image.
+    fflush(nullptr);
+    tt_outlet_finish();
+    // The timer would stay, without the handler for its alarm.
+    itimerval const off = {};
+    itimerval timer = {};
+    setitimer(ITIMER_REAL, &off, &timer);
     _signals_t const current = _signals();
     _restore(s_inherited);
+
     int const result = execvp(s_argv[0], s_argv);
-    int const error = errno;
-    _restore(current); // nothing was started: the program goes on
+
+    int const error = errno; // nothing was started: the program goes on
+    _restore(current);
+    setitimer(ITIMER_REAL, &timer, nullptr);
     errno = error;
     return result;
 }

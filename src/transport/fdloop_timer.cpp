@@ -16,7 +16,7 @@ void FdloopTimer::setCallBack(std::function<bool()> const& cb)
     m_callback = cb;
 }
 
-void FdloopTimer::setCallBack(std::function<bool()>&& cb)
+void FdloopTimer::takeCallBack(std::function<bool()>&& cb)
 {
     m_callback = std::move(cb);
 }

@@ -20,7 +20,7 @@ public:
     FdloopTimer& operator=(FdloopTimer const&) = delete;
 
     void setCallBack(std::function<bool()> const& cb) override;
-    void setCallBack(std::function<bool()>&& cb); // without a copy of what it holds
+    void takeCallBack(std::function<bool()>&& cb); // setCallBack, without a copy of what it holds
     void startTimer(unsigned int ms) override;
     void stopTimer() override;
     bool isActive() const override;

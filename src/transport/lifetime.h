@@ -21,7 +21,7 @@ public:
         friend class Lifetime;
 
         Lifetime* m_lifetime; // null once the object is gone
-        Watch* m_outer;       // of a run that this one is part of
+        Watch* m_outer;       // of the call that this one is made in, or null
     };
 
     Lifetime() = default;

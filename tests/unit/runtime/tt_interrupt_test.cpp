@@ -124,7 +124,7 @@ TEST(TtInterrupt, endsACallThatStillBlocksHalfASecondLater)
     EXPECT_EQ("-1 EINTR -1 EINTR 1", child.output);
 }
 
-TEST(TtInterrupt, bearsAnyNumberOfSignalsForThreeSeconds)
+TEST(TtInterrupt, survivesAnyNumberOfSignalsForThreeSeconds)
 {
     ChildResult const child = runInChild([] {
         tt_interrupt_catch(SIGINT);
@@ -146,10 +146,34 @@ TEST(TtInterrupt, endsTheProcessWithAFurtherSignalAfterThreeSeconds)
             tt_interrupt_catch(SIGTERM);
             raise(SIGINT);
             PassedTime const time(passed);
+            Pipe const silent;
+            EXPECT_EQ(-1, silent.read()); // an alarm has come
             raise(SIGTERM);
         });
         EXPECT_EQ(passed < 3000 ? 0 : SIGTERM, child.signal());
     }
+}
+
+// While a disk stalls no handler runs, and a signal that was sent in time comes late.
+TEST(TtInterrupt, ignoresASignalOfTheFirstThreeSecondsHoweverLateItComes)
+{
+    ChildResult const child = runInChild([] {
+        tt_interrupt_catch(SIGINT);
+        tt_interrupt_catch(SIGTERM);
+        raise(SIGINT);
+        sigset_t stalled;
+        sigset_t before;
+        sigfillset(&stalled);
+        sigprocmask(SIG_SETMASK, &stalled, &before);
+        raise(SIGTERM);
+        PassedTime const time(4000);
+        usleep(600000); // longer than until the first alarm, which waits as well
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+        printf("alive");
+    });
+
+    EXPECT_EQ("alive", child.output);
+    EXPECT_EQ(0, child.exitCode());
 }
 
 // The end of a run ignores the signal. After three seconds it must work again.

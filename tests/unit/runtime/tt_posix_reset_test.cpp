@@ -9,6 +9,7 @@
 
 #include "child_process.h"
 #include "temp_dir.h"
+#include "tt_interrupt.h"
 
 // The arguments last as long as the process: each test keeps its own in a child.
 
@@ -102,6 +103,18 @@ TEST(TtRestart, handsOnNoSignalThatThisImageBlocksOrIgnores)
 
     EXPECT_NE("", untouched.output);
     EXPECT_EQ(untouched.output, changed.output);
+}
+
+TEST(TtRestart, handsOnNoTimerThatWouldEndTheNewImage)
+{
+    ChildResult const child = runInChild([] {
+        tt_interrupt_catch(SIGHUP);
+        raise(SIGHUP); // alarms begin half a second later
+        restartAs("sleep 0.7; echo alive");
+    });
+
+    EXPECT_EQ("alive\n", child.output);
+    EXPECT_EQ(0, child.exitCode());
 }
 
 TEST(TtRestart, keepsTheSignalsWhenTheProgramCannotBeStarted)
