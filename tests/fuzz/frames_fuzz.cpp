@@ -2,35 +2,16 @@
 // event, every frame is a frame, the pieces in which the bytes arrive make no difference, and the
 // frames alone are a log without damage.
 
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "log_frames/scanner.h"
+#include "memory_source.h"
+#include "require.h"
 
 namespace
 {
-
-/// The bytes, given out in pieces of one size.
-class Pieces : public IByteSource
-{
-public:
-    Pieces(std::string const& bytes, size_t size) : m_bytes(bytes), m_size(size) {}
-
-    size_t read(unsigned char* data, size_t size) override
-    {
-        size_t const count =
-            m_bytes.copy(reinterpret_cast<char*>(data), std::min(size, m_size), m_at);
-        m_at += count;
-        return count;
-    }
-
-private:
-    std::string m_bytes;
-    size_t m_size;
-    size_t m_at = 0;
-};
 
 struct Found
 {
@@ -38,12 +19,6 @@ struct Found
     std::string damages;
 };
 
-}
-
-static void require(bool holds)
-{
-    if (!holds)
-        abort();
 }
 
 // Written from the format, not from the program's tables.
@@ -63,7 +38,7 @@ static size_t sizeOfFrame(std::string const& bytes)
 
 static Found scan(std::string const& log, size_t pieces)
 {
-    Pieces source(log, pieces);
+    MemorySource source(log, pieces);
     Scanner scanner(source);
     Found found;
     size_t at = 0;

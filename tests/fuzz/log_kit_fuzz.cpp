@@ -1,6 +1,5 @@
 // The input is a log. What log_kit's subcommands say about it must agree.
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -11,12 +10,7 @@
 #include "log_kit/info_report.h"
 #include "log_kit/recover.h"
 #include "log_kit/text.h"
-
-static void require(bool holds)
-{
-    if (!holds)
-        abort();
-}
+#include "require.h"
 
 namespace
 {
