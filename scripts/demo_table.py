@@ -43,7 +43,10 @@ def main(log_file, recorded_report, replayed_report):
     for name in sent:
         late = received[name]["latenessMs"]
         show(name, (f"{late[p]:.3f}" if late else "-" for p in PERCENTILES))
-    print("Counted from the first record. Below 0 is early: log_tool's clock counts whole milliseconds.")
+    print(
+        "Counted from the first record. "
+        "Below 0 is early: log_tool's clock counts whole milliseconds."
+    )
 
     if counts[1] != counts[0] or not log:
         sys.exit("demo: sent and recorded differ")

@@ -13,8 +13,8 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build python3 libtirpc-dev libcli11-dev libfmt-dev nlohmann-json3-dev libgeographiclib-dev
        libgtest-dev libbenchmark-dev)
-checkers=(clang-format clang-tidy cppcheck shellcheck valgrind strace clang libclang-rt-dev llvm
-          mandoc groff-base)
+checkers=(clang-format clang-tidy cppcheck shellcheck black flake8 valgrind strace clang
+          libclang-rt-dev llvm mandoc groff-base)
 measuring=(valgrind strace socat wireshark-common tcpreplay)
 proving=(binutils bsdextrautils gcovr)
 package=(dpkg-dev file gzip lintian)

@@ -110,8 +110,12 @@ class BrokenLogTest(RecordingTest):
                     "Illegal frame header footer -792678240" + no_content,
                 ),
                 ("type 6", replace(40, b"\x06"), sent[:1], ""),
-                ("type 6 of version 2", replace(40, b"\x06\x02"), sent[:1],
-                 "Illegal frame header version 2"),
+                (
+                    "type 6 of version 2",
+                    replace(40, b"\x06\x02"),
+                    sent[:1],
+                    "Illegal frame header version 2",
+                ),
                 ("zeros", LOG + bytes(5), sent, end),
                 ("more zeros", LOG + bytes(500), sent, "Illegal frame header version 0"),
             ]
@@ -147,8 +151,11 @@ class BrokenLogTest(RecordingTest):
         cases = []
         for flag in (2, 0x80, 0xFF):
             for at in range(4):
-                log = replace(8 + AttitudeData.payload_size - 4 + at, bytes((flag,)),
-                              frame(AttitudeData(7, *SPECIAL_FLOATS[:4])))
+                log = replace(
+                    8 + AttitudeData.payload_size - 4 + at,
+                    bytes((flag,)),
+                    frame(AttitudeData(7, *SPECIAL_FLOATS[:4])),
+                )
                 flags = bytes(int(i == at) for i in range(4))
                 sent = datagram(AttitudeData(7, *SPECIAL_FLOATS[:4]))[:-4] + flags
                 cases.append((f"{flag} at {at}", log, [sent], "End of file reached\n"))

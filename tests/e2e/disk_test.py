@@ -93,7 +93,9 @@ class FullDiskTest(RecordingTest):
         unlimited = (resource.RLIM_INFINITY, resource.RLIM_INFINITY)
         with open(self.path("log"), "rb") as log:
             self.check_room_again(
-                recording, log, TOO_LARGE,
+                recording,
+                log,
+                TOO_LARGE,
                 lambda: resource.prlimit(recording.program.pid, resource.RLIMIT_FSIZE, unlimited),
             )
 
@@ -182,9 +184,7 @@ class TakenLogTest(RecordingTest):
         self.assertEqual(b"not a log", self.read_file("log"))
 
     def test_made_unreadable(self):
-        self.check_goes_on(
-            lambda: os.chmod(self.path("log"), 0), content=content_by_descriptor
-        )
+        self.check_goes_on(lambda: os.chmod(self.path("log"), 0), content=content_by_descriptor)
 
 
 class RefusedLogTest(ReplayTest):

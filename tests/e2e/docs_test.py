@@ -11,9 +11,7 @@ from harness.places import DOCS
 from harness.recording import RecordingTest
 
 EXAMPLE = re.compile(r"^```hex\n([0-9A-F\s]+)^```$", re.MULTILINE)
-ROW = re.compile(
-    r"^\| (\d+) \| `([0-9A-F ]+)` \| `?([^`|]+?)`? \| (\S+) \|$", re.MULTILINE
-)
+ROW = re.compile(r"^\| (\d+) \| `([0-9A-F ]+)` \| `?([^`|]+?)`? \| (\S+) \|$", re.MULTILINE)
 
 
 class Document:

@@ -115,8 +115,12 @@ def damaged_logs(seeds):
         "positions": b"".join(
             codec.frame(
                 codec.GnssPvt(
-                    ticks=1000 * i, fixType=i - 1, utcTime=i << 28, latitude=i << 28,
-                    satelliteCount=i << 6, groundSpeed=i << 19,
+                    ticks=1000 * i,
+                    fixType=i - 1,
+                    utcTime=i << 28,
+                    latitude=i << 28,
+                    satelliteCount=i << 6,
+                    groundSpeed=i << 19,
                 )
             )
             for i in range(8)
