@@ -23,6 +23,7 @@ DATAGRAM_OVERHEAD = 1024
 _PIDFD_GETFD = 438  # no call of the C library yet
 _libc = ctypes.CDLL(None, use_errno=True)
 
+TABLE_READINGS = 20  # of the table of sockets, which may skip one while others come and go
 LOOK_S = 0.0005  # between two looks at what only shows in /proc
 
 TIMER_HELLO = "timeout: send hello"
@@ -49,7 +50,16 @@ def _open_files(pid):
 
 def udp_socket(pid):
     """The state of the process's only UDP socket."""
-    files = _open_files(pid)
+    for _ in range(TABLE_READINGS):
+        files = _open_files(pid)
+        if found := _find_udp_socket(pid, files):
+            return found
+        if not any(name.startswith("socket:") for name in files):
+            break
+    raise LookupError("no UDP socket")
+
+
+def _find_udp_socket(pid, files):
     with open(f"/proc/{pid}/net/udp", encoding="ascii") as table:
         for line in table.readlines()[1:]:
             fields = line.split()
@@ -58,7 +68,7 @@ def udp_socket(pid):
                 port, queued = (int(fields[i].split(":")[1], 16) for i in (1, 4))
                 if port != 0:  # else it is on its way in or out
                     return UdpSocket(port, int(fields[12]), queued, files[name])
-    raise LookupError("no UDP socket")
+    return None
 
 
 def enlarge_queue(pid):
