@@ -127,7 +127,7 @@ show_table() {
     for i in "${!titles[@]}"; do
         printf '%-44s %8s  %s\n' "${titles[i]}" "${results[2 * i]}" "${results[2 * i + 1]}"
     done
-    printf '%-44s %8s\n' "all, side by side" "$SECONDS"
+    printf '%-44s %8s\n' "in all, side by side" "$SECONDS"
 }
 
 quick() {
@@ -136,8 +136,8 @@ quick() {
     step tests "Unit tests and fast end-to-end tests" run_tests default -LE slow
     show_table
     printf '\n%-44s %s\n' "what has not run" why
-    not_run "slow end-to-end tests, analysis, cost," "--quick: scripts/test.sh runs them"
-    not_run "sanitizers, seeds of fuzzing, ARM" ""
+    not_run "slow end-to-end tests" "a small change: scripts/test.sh runs them"
+    not_run "analysis, cost, sanitizers, fuzzing, ARM" "likewise"
     skipped default tests
 }
 

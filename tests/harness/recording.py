@@ -71,6 +71,13 @@ def _find_udp_socket(pid, files):
     return None
 
 
+def wait_until_taken(pid):
+    """Returns when no datagram waits any more: the program handles its last one before it lets
+    CTRL-C in."""
+    while udp_socket(pid).queued:
+        time.sleep(LOOK_S)
+
+
 def enlarge_queue(pid):
     """Gives the process's UDP socket a large receive queue, as an administrator may give it to
     every program. Tells whether that is possible."""
@@ -133,10 +140,7 @@ class Recording:
         return udp_socket(self.program.pid).drops
 
     def wait_until_taken(self):
-        """Returns when no datagram waits any more: the program handles its last one before it lets
-        CTRL-C in."""
-        while udp_socket(self.program.pid).queued:
-            time.sleep(LOOK_S)
+        wait_until_taken(self.program.pid)
 
     def next_hello(self):
         """The line that announces the next hello, which the device has got."""

@@ -10,6 +10,7 @@ from installed import FILES
 from harness import codec
 from harness.places import DEVICE_SIM, LOG_TOOL
 from harness.program import ProgramTest
+from harness.recording import wait_until_taken
 
 MAX_NAME = 79  # characters; log_tool cuts a longer name
 BAD_DEVICE = 64
@@ -86,9 +87,7 @@ class RecordTest(ProgramTest):
         port = device.read_line().removeprefix("listening on ")
         program = self.start_record(f"127.0.0.1:{port}")
         self.assertEqual(0, device.wait())
-        seen = len(program.lines)
-        while "timeout: send hello" not in program.lines[seen + 1 :]:
-            self.assertIsNotNone(program.read_line())  # by now it has taken all that was sent
+        wait_until_taken(program.pid)
         program.interrupt()
         self.assertEqual(0, program.wait())
         sent = codec.parse_dump(self.read_file("sent"))

@@ -4,7 +4,7 @@
 from harness import codec
 from harness.measuring import memory_kib
 from harness.proving import Report, arguments, prepared
-from harness.recording import TIMER_HELLO, RecordingTest
+from harness.recording import RecordingTest
 
 BURST = 20
 QUIET = [f"--{name}-rate=0" for name in ("attitude", "pvt", "gnss", "generic")]
@@ -18,9 +18,7 @@ def main():
         duration = f"--duration={options.seconds}"
         device, recording = test.simulate("--dump", "sent", *stream, duration, *QUIET)
         status = device.wait()
-        seen = len(recording.program.lines)
-        while TIMER_HELLO not in recording.program.lines[seen + 1 :]:
-            recording.program.read_line()  # by now it has taken all that was sent
+        recording.wait_until_taken()
         peak = memory_kib(recording.program.pid, "VmHWM")
         log = recording.interrupt()
         sent = codec.parse_dump(test.read_file("sent"))
