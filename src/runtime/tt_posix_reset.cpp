@@ -17,7 +17,7 @@ struct _signals_t
     struct sigaction actions[NSIG];
 };
 
-static _signals_t _signals()
+static _signals_t _signals() noexcept
 {
     _signals_t signals = {};
 

@@ -33,6 +33,7 @@ public:
             if (m_target)
                 ++m_target->holders;
         }
+        // It is freed with its last holder. NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete)
         ~Hold() { release(m_target); }
         Hold(Hold const&) = delete;
         Hold& operator=(Hold const&) = delete;
