@@ -76,3 +76,9 @@ bool InputFile::isSameFile(std::string const& name) const
     return fstat(m_fd, &mine) == 0 && stat(name.c_str(), &other) == 0 &&
            mine.st_dev == other.st_dev && mine.st_ino == other.st_ino;
 }
+
+bool InputFile::canBeReadTwice(std::string const& name)
+{
+    struct stat status = {};
+    return name != "-" && (stat(name.c_str(), &status) == -1 || S_ISREG(status.st_mode));
+}

@@ -29,6 +29,9 @@ public:
     /// What there was to read when the file was opened; unknown for a pipe.
     std::optional<uint64_t> size() const { return m_size; }
 
+    /// Whether a file of that name can be read again: it is not standard input, nor a pipe.
+    static bool canBeReadTwice(std::string const& name);
+
     bool isStandardInput() const { return m_isStandardInput; }
 
     /// Whether this is the very file of that name, by whatever path.

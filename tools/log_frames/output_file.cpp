@@ -70,11 +70,11 @@ OutputFile::OutputFile(std::string const& name, eExisting existing)
 
 OutputFile::~OutputFile()
 {
-    if (m_fd == -1)
-        return;
     m_readBack.reset();
-    ::close(m_fd);
-    unlink(m_temporary->name().c_str());
+    if (m_fd != -1)
+        ::close(m_fd);
+    if (m_temporary)
+        unlink(m_temporary->name().c_str());
 }
 
 void OutputFile::write(unsigned char const* data, size_t size)
@@ -126,12 +126,22 @@ void OutputFile::writeAll(unsigned char const* data, size_t size)
     }
 }
 
-void OutputFile::publish()
+void OutputFile::finish()
 {
     flush();
     if (fsync(m_fd) == -1)
         throw FileError::ofErrno("write", m_name);
     compare();
+    m_readBack.reset();
+    ::close(m_fd);
+    m_fd = -1;
+    m_buffer = {};
+}
+
+void OutputFile::publish()
+{
+    if (m_fd != -1)
+        finish();
     rename();
 }
 
@@ -161,10 +171,6 @@ void OutputFile::rename()
     }
     if (m_existing == eExisting::Replace && ::rename(temporary, m_target.c_str()) == -1)
         throw FileError::ofErrno("write", m_name);
-
-    m_readBack.reset();
-    ::close(m_fd);
-    m_fd = -1;
     m_temporary.reset();
 
     // The name itself must reach the disk, too.

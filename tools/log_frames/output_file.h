@@ -38,7 +38,10 @@ public:
     void write(Frame frame) { write(frame.bytes(), frame.size()); }
 
     /// Ends the file: waits until it is on the disk, compares what was read back with what was
-    /// written, gives it its name.
+    /// written. For outputs that appear together: publish() then only gives it its name.
+    void finish();
+
+    /// Ends the file, if finish() has not, and gives it its name.
     void publish();
 
     uint64_t size() const { return m_size; } // in bytes, so far

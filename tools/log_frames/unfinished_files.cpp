@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 // Read by the signal handler: atomic, and each name stays in place while it is listed.
-static std::array<std::atomic<char const*>, 8> _names = {};
+static std::array<std::atomic<char const*>, MAX_UNFINISHED_FILES> _names = {};
 static_assert(std::atomic<char const*>::is_always_lock_free);
 
 static void _remove_and_end(int signal)

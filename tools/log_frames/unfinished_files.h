@@ -1,6 +1,7 @@
 #ifndef LOG_FRAMES_UNFINISHED_FILES_H
 #define LOG_FRAMES_UNFINISHED_FILES_H
 
+#include <cstddef>
 #include <string>
 
 // Output files under their temporary names, which a signal that ends the process removes, so that
@@ -10,7 +11,10 @@
 /// do by default. A signal that is ignored stays so.
 void removeUnfinishedFilesOnSignals();
 
-/// Keeps the file on the list as long as it lives. At most 8 at a time; more are not removed.
+constexpr size_t MAX_UNFINISHED_FILES = 10000;
+
+/// Keeps the file on the list as long as it lives. Of more than MAX_UNFINISHED_FILES at a time the
+/// others are not removed.
 class UnfinishedFile
 {
 public:

@@ -1,6 +1,7 @@
 #include "log_kit/command.h"
 
 #include <cstdio>
+#include <stdexcept>
 
 #include "log_frames/file_error.h"
 
@@ -23,4 +24,22 @@ eStatus forEachFile(std::vector<std::string> const& files,
         }
     }
     return status;
+}
+
+void addOption(CLI::App& app, std::string const& name, std::string const& type,
+               std::string const& help, std::function<void(std::string const&)> const& take)
+{
+    app.add_option_function<std::vector<std::string>>(
+           name,
+           [=](std::vector<std::string> const& texts) {
+               for (std::string const& text : texts)
+                   try {
+                       take(text);
+                   } catch (std::invalid_argument const& error) {
+                       throw CLI::ValidationError(name, error.what());
+                   }
+           },
+           help)
+        ->type_name(type)
+        ->allow_extra_args(false);
 }

@@ -26,6 +26,18 @@ struct Command
 extern Command const INFO_COMMAND;
 extern Command const CHECK_COMMAND;
 extern Command const RECOVER_COMMAND;
+extern Command const CUT_COMMAND;
+extern Command const MERGE_COMMAND;
+extern Command const SPLIT_COMMAND;
+extern Command const RETIME_COMMAND;
+extern Command const REDACT_COMMAND;
+extern Command const DUMP_COMMAND;
+extern Command const DIFF_COMMAND;
+
+/// Adds an option, which may come several times, whose value `take` parses. An
+/// std::invalid_argument of it is told to the user as wrong usage.
+void addOption(CLI::App& app, std::string const& name, std::string const& type,
+               std::string const& help, std::function<void(std::string const&)> const& take);
 
 /// Runs the work for each file. A file that cannot be read or written is reported, and the others
 /// go on.

@@ -48,24 +48,6 @@ static size_t parseFix(std::string const& name)
                                 "' is no fix; they are 3D, 2D, Time only, Dead reckoning, NO");
 }
 
-static void addOption(CLI::App& app, std::string const& name, std::string const& type,
-                      std::string const& help, std::function<void(std::string const&)> const& take)
-{
-    app.add_option_function<std::vector<std::string>>(
-           name,
-           [=](std::vector<std::string> const& texts) {
-               for (std::string const& text : texts)
-                   try {
-                       take(text);
-                   } catch (std::invalid_argument const& error) {
-                       throw CLI::ValidationError(name, error.what());
-                   }
-           },
-           help)
-        ->type_name(type)
-        ->allow_extra_args(false);
-}
-
 static void addThresholds(CLI::App& app, Arguments& arguments)
 {
     static constexpr double MAX_SECONDS = 1e9;

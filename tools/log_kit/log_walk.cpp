@@ -15,86 +15,77 @@ std::optional<double> DamagedRegion::seconds() const
     return static_cast<double>(after - before) / 1e3;
 }
 
-namespace
+std::optional<double> LogTotals::knownSecondsLost() const
 {
+    if (!isClean() && regionsTimed == 0)
+        return std::nullopt;
+    return secondsLost;
+}
 
-/// Puts adjoining damages together, and tells of them when the frame after them is known.
-class RegionCollector
+void RegionCollector::add(Damage const& damage)
 {
-public:
-    RegionCollector(LogTotals& totals, std::function<void(DamagedRegion const&)> const& onRegion)
-        : m_totals(totals),
-          m_onRegion(onRegion)
-    {}
-
-    void add(Damage const& damage)
-    {
-        if (!m_region) {
-            m_region.emplace();
-            m_region->offset = damage.offset;
-            m_region->first = damage;
-            m_region->ticksBefore = m_latestTicks;
-        }
-        m_region->length += damage.length;
-        m_region->framesAtMost += ::framesAtMost(damage);
-        m_region->endsReplay = m_region->endsReplay || damage.endsReplay;
+    if (!m_region) {
+        m_region.emplace();
+        m_region->offset = damage.offset;
+        m_region->first = damage;
+        m_region->ticksBefore = m_latestTicks;
     }
+    m_region->length += damage.length;
+    m_region->framesAtMost += ::framesAtMost(damage);
+    m_region->endsReplay = m_region->endsReplay || damage.endsReplay;
+    m_totals.endsWithFrame = false;
+}
 
-    void add(Stretch const& stretch)
-    {
-        finish((*stretch.frames.begin()).ticks());
-        m_latestTicks = stretch.last.ticks();
+std::optional<DamagedRegion> RegionCollector::add(Stretch const& stretch)
+{
+    auto const region = finish((*stretch.frames.begin()).ticks());
+    m_latestTicks = stretch.last.ticks();
+    m_totals.frames += stretch.count;
+    m_totals.endsWithFrame = true;
+    return region;
+}
+
+std::optional<DamagedRegion> RegionCollector::finish(std::optional<uint32_t> ticksAfter)
+{
+    if (!m_region)
+        return std::nullopt;
+    DamagedRegion region = *m_region;
+    m_region.reset();
+    region.ticksAfter = ticksAfter;
+    ++m_totals.regions;
+    m_totals.damagedBytes += region.length;
+    m_totals.framesLostAtMost += region.framesAtMost;
+    if (auto const seconds = region.seconds()) {
+        m_totals.secondsLost += *seconds;
+        ++m_totals.regionsTimed;
     }
-
-    void finish(std::optional<uint32_t> ticksAfter)
-    {
-        if (!m_region)
-            return;
-        m_region->ticksAfter = ticksAfter;
-        ++m_totals.regions;
-        m_totals.damagedBytes += m_region->length;
-        m_totals.framesLostAtMost += m_region->framesAtMost;
-        if (auto const seconds = m_region->seconds()) {
-            m_totals.secondsLost += *seconds;
-            ++m_totals.regionsTimed;
-        }
-        if (m_onRegion)
-            m_onRegion(*m_region);
-        m_region.reset();
-    }
-
-private:
-    LogTotals& m_totals;
-    std::function<void(DamagedRegion const&)> const& m_onRegion;
-    std::optional<DamagedRegion> m_region;
-    std::optional<uint32_t> m_latestTicks;
-};
-
+    return region;
 }
 
 LogTotals walkLog(InputFile& input, Progress& progress,
                   std::function<void(Stretch const&)> const& onStretch,
                   std::function<void(DamagedRegion const&)> const& onRegion)
 {
-    LogTotals totals;
-    RegionCollector regions(totals, onRegion);
+    RegionCollector regions;
     Scanner scanner(input);
+    auto const tell = [&](std::optional<DamagedRegion> const& region) {
+        if (region && onRegion)
+            onRegion(*region);
+    };
 
     progress.start(input.name(), input.size());
     while (auto const event = scanner.next()) {
-        auto const* const stretch = std::get_if<Stretch>(&*event);
-        totals.endsWithFrame = stretch;
-        if (stretch) {
-            regions.add(*stretch);
+        if (auto const* const stretch = std::get_if<Stretch>(&*event)) {
+            tell(regions.add(*stretch));
             if (onStretch)
                 onStretch(*stretch);
-            totals.frames += stretch->count;
         } else {
             regions.add(std::get<Damage>(*event));
         }
         progress.at(scanner.offset());
     }
-    regions.finish(std::nullopt);
+    tell(regions.finish(std::nullopt));
+    LogTotals totals = regions.totals();
     totals.bytes = scanner.offset();
     return totals;
 }

@@ -37,6 +37,30 @@ struct LogTotals
     bool endsWithFrame = false; // nothing is damaged or cut off at the end
 
     bool isClean() const { return regions == 0; }
+
+    /// secondsLost; nothing when it is unknown of all the regions.
+    std::optional<double> knownSecondsLost() const;
+};
+
+/// Counts what a scanner finds, and puts adjoining damages together to regions.
+class RegionCollector
+{
+public:
+    void add(Damage const& damage);
+
+    /// Returns the damaged region that ends with these frames, if there is one.
+    std::optional<DamagedRegion> add(Stretch const& stretch);
+
+    /// At the end of the log: returns the region that ends there, if there is one.
+    std::optional<DamagedRegion> finish(std::optional<uint32_t> ticksAfter = std::nullopt);
+
+    /// Of what was added so far; without `bytes`.
+    LogTotals const& totals() const { return m_totals; }
+
+private:
+    LogTotals m_totals;
+    std::optional<DamagedRegion> m_region;
+    std::optional<uint32_t> m_latestTicks;
 };
 
 /// Reads the log from start to end. Calls `onStretch` for frames and `onRegion` for damage, in the

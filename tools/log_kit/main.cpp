@@ -8,9 +8,8 @@
 #include "log_kit/command.h"
 
 static constexpr Command const* COMMANDS[] = {
-    &INFO_COMMAND,
-    &CHECK_COMMAND,
-    &RECOVER_COMMAND,
+    &INFO_COMMAND,  &CHECK_COMMAND,  &RECOVER_COMMAND, &CUT_COMMAND,  &MERGE_COMMAND,
+    &SPLIT_COMMAND, &RETIME_COMMAND, &REDACT_COMMAND,  &DUMP_COMMAND, &DIFF_COMMAND,
 };
 
 static char const* const FOOTER = "Exit status: 0 good, 1 failed or nothing readable, 2 wrong "

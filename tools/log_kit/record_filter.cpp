@@ -78,3 +78,13 @@ void RecordFilter::setLimits(int64_t first)
     if (m_options.to)
         m_to = resolve(*m_options.to, first, m_clock).value_or(first);
 }
+
+RecordFilter makeFilter(FilterOptions const& options, std::string const& file)
+{
+    if (!options.needsUtc())
+        return RecordFilter(options);
+    if (!InputFile::canBeReadTwice(file))
+        throw std::invalid_argument("a pipe can be read only once, and UTC takes two passes: give "
+                                    "times as ticks or as +offset");
+    return RecordFilter(options, findStart(file));
+}

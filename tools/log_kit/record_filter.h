@@ -85,4 +85,9 @@ private:
     PerType<uint64_t> m_left = {}; // records to leave out until the next one that passes
 };
 
+/// The filter for a log, of which as much is read beforehand as it takes. Throws FileError, and
+/// std::invalid_argument when UTC is asked for of standard input or a pipe, which can be read only
+/// once.
+RecordFilter makeFilter(FilterOptions const& options, std::string const& file);
+
 #endif

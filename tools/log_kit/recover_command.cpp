@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "log_kit/command.h"
+#include "log_kit/copy_command.h"
 #include "log_kit/json.h"
 #include "log_kit/recover.h"
 #include "log_kit/text.h"
@@ -12,20 +12,13 @@ namespace
 
 struct Arguments
 {
-    RecoverOptions options;
+    CopyOptions options;
     bool isJson = false;
 };
 
 }
 
-static std::optional<double> secondsLost(LogTotals const& totals)
-{
-    if (!totals.isClean() && totals.regionsTimed == 0)
-        return std::nullopt;
-    return totals.secondsLost;
-}
-
-static std::string jsonText(RecoverOptions const& options, LogTotals const& totals)
+static std::string jsonText(CopyOptions const& options, LogTotals const& totals)
 {
     return dumped({{"file", options.input},
                    {"output", totals.frames > 0 ? Json(options.output) : Json(nullptr)},
@@ -33,22 +26,12 @@ static std::string jsonText(RecoverOptions const& options, LogTotals const& tota
                    {"bytes", totals.bytes},
                    {"damages", totals.regions},
                    {"lost_frames_at_most", totals.framesLostAtMost},
-                   {"lost_seconds", jsonOf(secondsLost(totals))}});
-}
-
-static std::string lossText(LogTotals const& totals)
-{
-    if (totals.isClean())
-        return "nothing was damaged";
-    auto const seconds = secondsLost(totals);
-    return fmt::format("{} left out: at most {}, {}", counted(totals.regions, "damaged region"),
-                       counted(totals.framesLostAtMost, "record"),
-                       seconds ? spanText(*seconds) : "of unknown duration");
+                   {"lost_seconds", jsonOf(totals.knownSecondsLost())}});
 }
 
 static eStatus run(Arguments const& arguments, TerminalProgress& progress)
 {
-    RecoverOptions const& options = arguments.options;
+    CopyOptions const& options = arguments.options;
     LogTotals const totals = recover(options, progress);
     progress.clear();
 
@@ -68,9 +51,7 @@ static eStatus run(Arguments const& arguments, TerminalProgress& progress)
 static Command::Action add(CLI::App& app)
 {
     auto const arguments = std::make_shared<Arguments>();
-    app.add_option("IN", arguments->options.input, "The log; - is standard input")->required();
-    app.add_option("OUT", arguments->options.output, "The log to write")->required();
-    app.add_flag("--force", arguments->options.force, "Replace OUT if it exists");
+    addCopyOptions(app, arguments->options);
     app.add_flag("--json", arguments->isJson, "Print one JSON object");
     return [arguments](TerminalProgress& progress) { return run(*arguments, progress); };
 }

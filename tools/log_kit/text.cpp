@@ -99,6 +99,16 @@ static std::string betweenText(DamagedRegion const& region)
     return "without a frame before or after it";
 }
 
+std::string lossText(LogTotals const& totals)
+{
+    if (totals.isClean())
+        return "nothing was damaged";
+    auto const seconds = totals.knownSecondsLost();
+    return fmt::format("{} left out: at most {}, {}", counted(totals.regions, "damaged region"),
+                       counted(totals.framesLostAtMost, "record"),
+                       seconds ? spanText(*seconds) : "of unknown duration");
+}
+
 std::string regionText(DamagedRegion const& region)
 {
     return fmt::format("offset {}, {}: {}; {}; at most {}", region.offset,

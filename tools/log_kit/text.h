@@ -27,6 +27,9 @@ std::string utcText(int64_t secondsSince1970);
 /// found 00 00 00 00". Starts with one of type, version, length, reserved, footer and cut off.
 std::string reasonText(Damage const& damage);
 
+/// What was left out of a copy: "nothing was damaged", or how much at most.
+std::string lossText(LogTotals const& totals);
+
 /// The region on one line, without its end.
 std::string regionText(DamagedRegion const& region);
 

@@ -175,7 +175,7 @@ TEST(Scanner, saysWhereTheEndCutsAFrameOff)
 
 TEST(Scanner, losesOnlyTheFrameInWhichAByteChanges)
 {
-    Frames const frames = generateFrames(2, 30);
+    Frames const frames = generateFrames(2, 60);
     std::string const log = joined(frames);
     std::vector<size_t> const starts = startsOf(frames);
     size_t number = 0;
@@ -202,7 +202,7 @@ TEST(Scanner, losesOnlyTheFrameInWhichAByteChanges)
 TEST(Scanner, losesOnlyTheFramesThatACutTouches)
 {
     std::mt19937 random(3);
-    for (unsigned round = 0; round < 300; ++round) {
+    for (unsigned round = 0; round < 1000; ++round) {
         Frames const frames = generateFrames(round, 40);
         std::string log = joined(frames);
         std::vector<size_t> const starts = startsOf(frames);
@@ -223,7 +223,7 @@ TEST(Scanner, losesOnlyTheFramesThatACutTouches)
 TEST(Scanner, losesOnlyTheFrameIntoWhichGarbageIsInserted)
 {
     std::mt19937 random(4);
-    for (unsigned round = 0; round < 300; ++round) {
+    for (unsigned round = 0; round < 1000; ++round) {
         Frames const frames = generateFrames(round, 40);
         std::string log = joined(frames);
         std::vector<size_t> const starts = startsOf(frames);
