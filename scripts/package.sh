@@ -17,16 +17,17 @@ for architecture in armhf arm64; do # what scripts/build-board.sh builds for
     [ "$architecture" = "$native" ] || offered+=("$architecture")
 done
 
-# shared_libraries <architecture> <program>: the packages that hold what the program needs.
+# shared_libraries <architecture> <program>...: the packages that hold what the programs need.
 shared_libraries() {
-    local architecture=$1 program=$2 type scratch
+    local architecture=$1 type scratch
+    shift
     type=$(dpkg-architecture -a"$architecture" -qDEB_HOST_GNU_TYPE 2>/dev/null)
     scratch=$(mktemp -d)
     mkdir "$scratch/debian"
     touch "$scratch/debian/control"
     # The cross compiler's own copies of the libraries lie in packages of other names.
     (cd "$scratch" && CC=$type-gcc dpkg-architecture -a"$architecture" -c \
-        dpkg-shlibdeps --warnings=0 -l"/usr/$type/lib" -O "$program") |
+        dpkg-shlibdeps --warnings=0 -l"/usr/$type/lib" -O "$@") |
         sed -e 's/^shlibs:Depends=//' -e "s/:$architecture//g" -e "s/-$architecture-cross//g"
     rm -r "$scratch"
 }
@@ -46,7 +47,7 @@ check_offered() {
 }
 
 make_packages() {
-    local architecture=$1 preset=default folder=$packages/$1 program companions
+    local architecture=$1 preset=default folder=$packages/$1 programs program companions
     if [ "$architecture" != "$native" ]; then
         scripts/build-board.sh "$architecture" sysroot
         preset=$architecture
@@ -55,10 +56,14 @@ make_packages() {
     CXXFLAGS="$(flags CXXFLAGS) $(flags CPPFLAGS)" LDFLAGS=$(flags LDFLAGS) \
         cmake --preset "$preset" -B "$folder" -DCMAKE_INSTALL_PREFIX=/usr \
         -DLOG_TOOL_STATIC_CXX=OFF -DLOG_TOOL_PACKAGE_ARCHITECTURE="$architecture"
-    cmake --build "$folder" --target log_tool device_sim
+    programs=("$folder/tools/device_sim/device_sim")
+    if [ "$preset" = default ]; then # log_kit is for the desk alone
+        programs+=("$folder/tools/log_kit/log_kit")
+    fi
+    cmake --build "$folder" --target log_tool "${programs[@]##*/}"
 
     program=$(shared_libraries "$architecture" "$folder/src/app/log_tool")
-    companions=$(shared_libraries "$architecture" "$folder/tools/device_sim/device_sim")
+    companions=$(shared_libraries "$architecture" "${programs[@]}")
     rm -f "$packages"/log-tool{,-utils}_*_"$architecture".deb # also those of other versions
     (cd "$folder" && cpack -B "$packages" \
         -D CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS="$program, $sysusers" \

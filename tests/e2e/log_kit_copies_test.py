@@ -10,9 +10,10 @@ import subprocess
 import time
 import unittest
 
-import codec
-from codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
-from program import LOG_KIT, TIMEOUT_S, ProgramTest
+from harness import codec
+from harness.codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
+from harness.places import LOG_KIT
+from harness.program import TIMEOUT_S, ProgramTest
 
 GOOD, FAILED, USAGE, DAMAGED = range(4)
 UTC_START = 1795167060  # 2026-11-20T09:31:00Z

@@ -2,11 +2,13 @@
 
 import os
 import pathlib
+import shutil
 import subprocess
 import unittest
 
-from installed import FILES, device_sim_help
+from installed import FILES, device_sim_help, log_kit_help
 
+from harness.places import LOG_KIT
 from harness.program import ProgramTest
 
 COMPLETE = """
@@ -71,6 +73,37 @@ class DeviceSimTest(CompletionTest):
             files = ["drive one.log", "drive.log", "drives"] if takes_file else []
             with self.subTest(option):
                 self.assertEqual(files, self.proposals("device_sim", option, "dri"))
+
+
+@unittest.skipUnless(shutil.which(LOG_KIT), "log_kit is for the desk alone")
+class LogKitTest(CompletionTest):
+    FILES = ["drive one.log", "drive.log", "drives"]
+
+    def test_the_subcommands_of_its_help(self):
+        self.assertEqual(sorted(["-h", "--help", *log_kit_help()]), self.proposals("log_kit", ""))
+        self.assertEqual(["recover", "redact", "retime"], self.proposals("log_kit", "re"))
+
+    def test_the_options_of_each_help(self):
+        for command, options in log_kit_help().items():
+            with self.subTest(command):
+                self.assertEqual(sorted(["-h", *options]), self.proposals("log_kit", command, "-"))
+
+    def test_values(self):
+        for command, options in log_kit_help().items():
+            for option, takes_value in options.items():
+                with self.subTest(command=command, option=option):
+                    expected = self.FILES
+                    if takes_value and option not in ("--prefix", "--type"):
+                        expected = []
+                    if option != "--type":
+                        found = self.proposals("log_kit", command, option, "dri")
+                        self.assertEqual(expected, found)
+        types = ["attitude", "generic", "gnss", "imu", "pvt"]
+        self.assertEqual(types, self.proposals("log_kit", "cut", "--type", ""))
+
+    def test_files(self):
+        for command in log_kit_help():
+            self.assertEqual(self.FILES, self.proposals("log_kit", command, "dri"))
 
 
 if __name__ == "__main__":

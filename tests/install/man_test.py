@@ -6,10 +6,10 @@ import shutil
 import subprocess
 import unittest
 
-from installed import PAGES, device_sim_help
+from installed import PAGES, device_sim_help, log_kit_help
 
 from harness import codec
-from harness.places import DEVICE_SIM, LOG_TOOL
+from harness.places import DEVICE_SIM, LOG_KIT, LOG_TOOL
 from harness.program import ProgramTest, free_port
 
 
@@ -28,7 +28,8 @@ class PageTest(unittest.TestCase):
     def test_no_warnings(self):
         pages = sorted(PAGES.iterdir())
         self.assertEqual(
-            ["device_sim.1", "log_tool-format.5", "log_tool.1"], [page.name for page in pages]
+            ["device_sim.1", "log_kit.1", "log_tool-format.5", "log_tool.1"],
+            [page.name for page in pages],
         )
         for page in pages:
             for command in (
@@ -66,6 +67,25 @@ class PageTest(unittest.TestCase):
             {o: (text.takes_value, text.default or "") for o, text in device_sim_help().items()},
             {o: (bool(value), default) for o, (value, default) in described.items()},
         )
+
+    @unittest.skipUnless(shutil.which(LOG_KIT), "log_kit is for the desk alone")
+    def test_options_of_log_kit(self):
+        sections = re.split(r"^ +log_kit (\w+)$|^EXIT STATUS$", render("log_kit.1"), flags=re.M)
+        described = {
+            command: {
+                option: bool(value)
+                for option, value in re.findall(
+                    r"^ +(--[\w-]+)(?: (\S+))?(?:$| )", text, re.MULTILINE
+                )
+            }
+            for command, text in zip(sections[1::2], sections[2::2])
+            if command
+        }
+        options = {
+            command: {option: value for option, value in options.items() if option != "--help"}
+            for command, options in log_kit_help().items()
+        }
+        self.assertEqual(options, described)
 
     def test_table_of_types(self):
         rows = re.findall(
