@@ -12,6 +12,7 @@ out=$root/build/demo
 log=$out/drive.log
 log_tool=$root/build/default/src/app/log_tool
 device_sim=$root/build/default/tools/device_sim/device_sim
+log_kit=$root/build/default/tools/log_kit/log_kit
 different=1 # device_sim's exit status when the replay is not what it expected
 
 fail() {
@@ -32,8 +33,8 @@ quietly() {
 build() {
     "$root/scripts/setup.sh" build
     quietly "Configuring the build" cmake --preset default -S "$root"
-    quietly "Building log_tool and device_sim, for a minute or less" \
-        cmake --build "$root/build/default" --target log_tool device_sim
+    quietly "Building log_tool, device_sim and log_kit, for two minutes or less" \
+        cmake --build "$root/build/default" --target log_tool device_sim log_kit
 }
 
 stop_all() {
@@ -136,4 +137,7 @@ build
 record
 replay
 PYTHONPATH=$root/tests python3 -B "$root/scripts/demo_table.py" "$log" "$out/recorded.json" "$out/replayed.json"
+echo
+"$log_kit" info "$log"
+"$log_kit" check "$log"
 show_next_steps
