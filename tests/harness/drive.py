@@ -8,9 +8,9 @@ import random
 import struct
 
 from harness import codec
-from harness.codec import AttitudeData, GenericData, GnssData, GnssPvt, ImuData
+from harness.codec import GnssData, GnssPvt
+from harness.mix import MIX_HZ
 
-RATES = {ImuData: 100, AttitudeData: 20, GnssPvt: 5, GnssData: 5, GenericData: 1}  # Hz
 FIRST_TICKS = 1000
 FIRST_UTC = 1790000000
 
@@ -40,7 +40,7 @@ class Second:
     def __init__(self):
         slots = sorted(
             (number * 1000 // rate, type_.code)
-            for type_, rate in RATES.items()
+            for type_, rate in MIX_HZ.items()
             for number in range(rate)
         )
         self.starts = []
