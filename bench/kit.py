@@ -2,7 +2,7 @@
 """Measures log_kit on a drive of 1 GiB beside the programs that do nothing but move the bytes, and
 beside what others use on captures: round by round in one run, the page cache warm.
 
-    bench/kit.py [--gib SIZE] [--rounds N] [--folder PATH] [--kit PROGRAM]
+    PYTHONPATH=tests bench/kit.py [--gib SIZE] [--rounds N] [--folder PATH] [--kit PROGRAM]
 
 Prints the median time of each and its ratio to `cat FILE >/dev/null`, or to `cp` where something is
 written. recover waits until its output is on the disk, and cp does not: in a folder on a disk it is
@@ -16,17 +16,13 @@ import shutil
 import statistics
 import struct
 import subprocess
-import sys
 import tempfile
 import time
 
-ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
+from harness import codec
+from harness.drive import Second, write_drive
+from harness.places import LOG_KIT
 
-import codec
-from drive import Second, write_drive
-
-KIT = os.path.join(ROOT, "build", "default", "tools", "log_kit", "log_kit")
 GIB = 1 << 30
 PEER_SHARE = 16  # the peers get so much less: they take a minute for a GiB
 
@@ -149,7 +145,7 @@ def main():
     parser.add_argument("--gib", type=float, default=1.0)
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--folder", default="/dev/shm", help="where the logs are written")
-    parser.add_argument("--kit", default=KIT)
+    parser.add_argument("--kit", default=LOG_KIT)
     options = parser.parse_args()
 
     count = int(options.gib * GIB) // len(Second().data)

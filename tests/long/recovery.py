@@ -11,10 +11,9 @@ import resource
 import subprocess
 import tempfile
 
-from proving import Report, arguments
-
-from drive import Damaged, Second, write_drive
-from program import LOG_KIT
+from harness.drive import Damaged, Second, write_drive
+from harness.places import LOG_KIT
+from harness.proving import Report, arguments
 
 GIB = 1 << 30
 MEMORY_KIB = 32 << 10  # of log_kit, whatever the log's size
