@@ -2,6 +2,7 @@
 // record. All records go out at once; with --paced in front of the other arguments each goes out on
 // its millisecond, by the rule of log_tool's loop.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -78,10 +79,28 @@ static void replayRecord(Replay& replay, Record const& record)
            reinterpret_cast<sockaddr const*>(&replay.device), sizeof replay.device);
 }
 
+/// Reads as much at a time as a C stream does, so that the system calls are those of log_tool.
+class StreamSizedReads : public IByteSource
+{
+public:
+    explicit StreamSizedReads(IByteSource& source) : m_source(source) {}
+
+    size_t read(unsigned char* data, size_t size) override
+    {
+        return m_source.read(data, std::min(size, STREAM_BUFFER_SIZE));
+    }
+
+private:
+    static constexpr size_t STREAM_BUFFER_SIZE = 4096;
+
+    IByteSource& m_source;
+};
+
 static void replayLog(Replay& replay, char const* name)
 {
     InputFile file(name);
-    ReplayReader log(file);
+    StreamSizedReads reads(file);
+    ReplayReader log(reads);
     while (auto const frame = log.next())
         visitRecordType(frame->index(), [&](auto record) {
             replayRecord(replay, frame->record<decltype(record)>());
