@@ -201,7 +201,8 @@ class StuckOutput:
 
     def test_gets_whole_texts_in_order_when_it_is_read_again(self):
         count = 2500
-        log = log_of(streaming.stamped(count, per_ms=4))
+        # What is kept lasts for a while, should the reader be late on a busy machine.
+        log = log_of(streaming.stamped(count, per_ms=2))
         seen = self.path("seen")
         program = self.start_replay(log, *failing("sendto", NUMBERED))
         printed = b""
