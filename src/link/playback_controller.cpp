@@ -30,9 +30,9 @@ void PlaybackController::publish(UdpPacketAnalyzer<Record> const& analyzer,
                                  unsigned char const* data, unsigned int len)
 {
     // Qualified, so that the calls are not virtual: the members have exactly this type.
-    using Analyzer = UdpPacketAnalyzer<Record>;
-    if (analyzer.Analyzer::isType(data, len))
-        m_observable.TObservable<Record>::notifySubscribers(analyzer.Analyzer::getData(data, len));
+    if (analyzer.UdpPacketAnalyzer<Record>::isType(data, len))
+        m_observable.TObservable<Record>::notifySubscribers(
+            analyzer.UdpPacketAnalyzer<Record>::getData(data, len));
 }
 
 void PlaybackController::received(sockaddr const* /*from*/, unsigned char const* data,

@@ -1,7 +1,6 @@
 #include "generated_log.h"
 
 #include <cstring>
-#include <numeric>
 
 namespace
 {
@@ -58,5 +57,8 @@ std::string genericFrame(uint32_t ticks)
 
 std::string joined(Frames const& frames)
 {
-    return std::accumulate(frames.begin(), frames.end(), std::string());
+    std::string all; // std::accumulate would copy it for each frame
+    for (std::string const& frame : frames)
+        all += frame;
+    return all;
 }

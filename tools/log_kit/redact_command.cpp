@@ -15,8 +15,8 @@ static std::pair<double, double> parsePair(std::string const& text, double maxFi
                                            double maxSecond)
 {
     size_t const comma = text.find(',');
-    double first = NAN;
-    double second = NAN;
+    double first = std::nan("");
+    double second = std::nan("");
     if (comma == std::string::npos || !CLI::detail::lexical_cast(text.substr(0, comma), first) ||
         !CLI::detail::lexical_cast(text.substr(comma + 1), second))
         throw std::invalid_argument("'" + text + "' is not two numbers with a comma between them");
