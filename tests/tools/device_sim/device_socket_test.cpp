@@ -33,6 +33,9 @@ TEST(DeviceSocket, receivesDatagramsOneByOneAndTellsTheirSender)
 
 TEST(DeviceSocket, tellsWhenTheKernelTookADatagram)
 {
+#if defined(__arm__) || defined(__aarch64__)
+    GTEST_SKIP() << "the emulator that runs ARM code here does not pass the kernel's times on";
+#endif
     DeviceSocket const socket("127.0.0.1", 0);
     LoopbackPeer const peer;
     timespec before = {};
